@@ -1,0 +1,18 @@
+#include "platform/Process.h"
+
+#include <csignal>
+#include <ctime>
+#include <sys/resource.h>
+
+namespace quorvel::platform {
+
+void prepareProcess() {
+    std::signal(SIGPIPE, SIG_IGN);
+    tzset();
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+} // namespace quorvel::platform

@@ -1,0 +1,12 @@
+#include "platform/Result.h"
+
+#include <cstring>
+
+namespace quorvel::platform {
+
+std::string posixErrorName(int posixCode) {
+    const char* const name = strerrorname_np(posixCode);
+    return name != nullptr ? name : std::to_string(posixCode);
+}
+
+} // namespace quorvel::platform

@@ -1,0 +1,87 @@
+#pragma once
+
+#include "platform/Connection.h"
+#include "platform/Descriptor.h"
+#include "platform/Loop.h"
+
+#include <list>
+
+namespace quorvel::platform {
+
+/// A connection over a non-blocking socket. It is registered with the event loop only once it
+/// has had to wait: most requests are read, answered and closed before that.
+class StreamConnection final : public Connection,
+                               public LoopMember,
+                               public std::enable_shared_from_this<StreamConnection> {
+  public:
+    /// Nothing runs until the first `drive`, so that the accepting side can set it up.
+    StreamConnection(Descriptor socket, std::shared_ptr<Loop> loop);
+    ~StreamConnection() override;
+
+    void onEnd(EndHandler handler) override { endHandler_ = std::move(handler); }
+    void receive(std::size_t maximum, ReceiveHandler handler) override;
+    void send(std::string bytes, SendHandler handler, MoreToSend more) override;
+    void sendFile(std::shared_ptr<const OpenFile> file, std::int64_t offset, std::size_t count,
+                  FileHandler handler, MoreToSend more) override;
+    void finish(SendHandler handler) override;
+    std::size_t bytesWaiting() const override { return bytesWaiting_; }
+    void cancel(PeerInput input) override;
+    std::optional<std::string> localIPv4Address() const override;
+
+    /// Goes on with what was asked for as far as the socket allows without waiting.
+    void drive();
+
+    void closeWithLoop() override;
+
+  private:
+    enum class Progress { complete, wouldBlock, failed };
+    enum class Direction { incoming, outgoing };
+
+    /// One send: text, or a piece of a file, or the close of the direction.
+    struct Outgoing {
+        std::string text;
+        std::shared_ptr<const OpenFile> file;
+        std::int64_t offset = 0;
+        std::size_t count = 0;
+        std::size_t done = 0;
+        MoreToSend more = MoreToSend::no;
+        bool closesDirection = false;
+        bool complete = false;
+        SendHandler handler;
+        FileHandler fileHandler;
+
+        void report(std::error_code error);
+    };
+
+    void enqueue(Outgoing item);
+    void schedule();
+    bool sendStep();
+    bool receiveStep();
+    Progress attempt(Outgoing& item);
+    Progress attemptText(Outgoing& item);
+    Progress attemptFile(Outgoing& item);
+    Progress copyFile(Outgoing& item);
+    void setCork(bool corked);
+    void waitFor(Direction direction);
+    void end(std::error_code reason, PeerInput input);
+    void reportEnd();
+    Descriptor takeSocket();
+
+    Descriptor socket_;
+    std::shared_ptr<Loop> loop_;
+    std::optional<WatchedDescriptor> watch_;
+    std::list<Outgoing> outgoing_;
+    ReceiveHandler receiveHandler_;
+    EndHandler endHandler_;
+    std::error_code failure_;
+    std::size_t receiveMaximum_ = 0;
+    std::size_t bytesWaiting_ = 0;
+    bool driving_ = true;
+    bool scheduled_ = false;
+    bool ended_ = false;
+    bool corked_ = false;
+    bool readWaiting_ = false;
+    bool writeWaiting_ = false;
+};
+
+} // namespace quorvel::platform

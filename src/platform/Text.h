@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace quorvel::platform {
+
+/// Well-formed UTF-8 (RFC 3629).
+bool isValidUtf8(std::string_view text);
+
+/// The text with U+FFFD in place of what is not UTF-8.
+std::string withInvalidUtf8Replaced(std::string_view text);
+
+/// Full Unicode case mapping without a language.
+std::string upperCased(std::string_view text);
+std::string lowerCased(std::string_view text);
+
+/// The text without tabs and Unicode space separators (category Zs) at both ends.
+std::string_view trimmed(std::string_view text);
+
+/// Whether both are the same text in Unicode's canonical sense (UAX #15).
+bool canonicallyEqual(std::string_view left, std::string_view right);
+
+/// RFC 4648, section 4, with padding and without line breaks.
+std::string base64(std::string_view bytes);
+
+/// The bytes whose order is the order of names in the user's locale: letter case does not
+/// count, runs of digits compare by value. Any thread.
+std::string collationKey(std::string_view name);
+
+/// The ICU locale that the environment asks for: LC_ALL, LC_COLLATE, LANG, the first that is not
+/// empty; "" (the root locale) for C and POSIX.
+std::string collationLocale();
+
+} // namespace quorvel::platform

@@ -1,0 +1,33 @@
+#include "server/ListenerStart.h"
+
+#include "server/ServerError.h"
+
+namespace quorvel::server {
+
+namespace {
+
+void handleListenerState(const FolderServer& server, platform::Listener::State state,
+                         std::error_code error) {
+    using State = platform::Listener::State;
+    if (state == State::ready && server.onReady) server.onReady();
+    if ((state == State::failed || state == State::waiting) && server.onError)
+        server.onError(describeNetworkError(error));
+}
+
+} // namespace
+
+platform::Result<std::shared_ptr<platform::Listener>>
+startListener(std::weak_ptr<FolderServer> server, std::uint16_t port, platform::WorkQueue& queue,
+              platform::Listener::ConnectionHandler handleConnection) {
+    if (port == 0) return std::unexpected(make_error_code(ServerError::invalidPort));
+    auto listener = platform::Listener::create(port);
+    if (!listener) return listener;
+    (*listener)->onState([server = std::move(server)](auto state, auto error) {
+        if (const auto alive = server.lock()) handleListenerState(*alive, state, error);
+    });
+    (*listener)->onConnection(std::move(handleConnection));
+    (*listener)->start(queue);
+    return listener;
+}
+
+} // namespace quorvel::server
