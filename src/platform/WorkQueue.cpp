@@ -61,7 +61,7 @@ void startThread(const std::shared_ptr<Loop>& loop, const std::string& label,
     sigset_t before;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &before);
-    std::thread([loop, label, setup]() mutable {
+    std::thread([loop = std::shared_ptr(loop), label, setup]() mutable {
         nameThread(label);
         if (setup) setup();
         loop->run();
