@@ -1,0 +1,31 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace quorvel::http {
+
+/// What a request's head says, as far as this server looks at it.
+struct RequestHead {
+    /// In upper case.
+    std::string method;
+    /// As sent.
+    std::string target;
+    std::optional<std::string> authorization;
+    std::optional<std::string> range;
+    /// A header announces a body, which nobody will read.
+    bool announcesBody = false;
+};
+
+/// Parses the bytes before the empty line (RFC 9112, section 2.1). None when they are not UTF-8
+/// or the request line has fewer than two words.
+std::optional<RequestHead> parseRequestHead(std::string_view head);
+
+/// The target up to its query, still percent-encoded; "/" when nothing is left.
+std::string_view rawPath(std::string_view target);
+
+/// The raw path with its escapes decoded; unchanged when they are wrong or not UTF-8.
+std::string decodedPath(std::string_view rawPath);
+
+} // namespace quorvel::http
