@@ -1,15 +1,14 @@
 #include "support/SocketClient.h"
 
+#include <arpa/inet.h>
 #include <array>
 #include <cerrno>
 #include <filesystem>
-#include <thread>
-
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <thread>
 #include <unistd.h>
 
 namespace quorvel::test {

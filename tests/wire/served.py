@@ -1,0 +1,67 @@
+"""What the tests with stock clients share: a folder, and the program serving it."""
+
+import contextlib
+import os
+import pathlib
+import shutil
+import signal
+import socket
+import subprocess
+import tempfile
+import unittest
+
+SERVE = os.environ.get("QUORVEL_SERVE", "build/asan/bin/quorvel-serve")
+
+
+def free_port():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+class ServedFolder(unittest.TestCase):
+    """One running server for each test class; `fill` makes what it shares."""
+
+    protocol = "http"
+    login = ()
+    environment = {}
+
+    @classmethod
+    def fill(cls, folder):
+        raise NotImplementedError
+
+    @classmethod
+    def setUpClass(cls):
+        cls.scratch = pathlib.Path(tempfile.mkdtemp(prefix="quorvel-wire-"))
+        cls.addClassCleanup(shutil.rmtree, cls.scratch, ignore_errors=True)
+        cls.folder = cls.scratch / "shared"
+        cls.folder.mkdir()
+        cls.fill(cls.folder)
+        cls.port = free_port()
+        command = [SERVE, "--type", cls.protocol, "--folder", str(cls.folder)]
+        command += ["--port", str(cls.port)]
+        if cls.login:
+            command += ["--user", cls.login[0], "--pass", cls.login[1]]
+        cls.server = subprocess.Popen(
+            command, stdout=subprocess.PIPE, text=True, env={**os.environ, **cls.environment}
+        )
+        cls.addClassCleanup(cls.stop_server)
+        first_line = cls.server.stdout.readline()
+        assert first_line.endswith("server is running.\n"), first_line
+
+    @classmethod
+    def stop_server(cls):
+        with contextlib.suppress(ProcessLookupError):
+            cls.server.send_signal(signal.SIGTERM)
+        status = cls.server.wait(timeout=20)
+        cls.server.stdout.close()
+        assert status == 0, f"the server ended with {status}"
+
+    @property
+    def url(self):
+        return f"{self.protocol}://127.0.0.1:{self.port}/"
+
+    def run_client(self, *command, limit=120, status=0):
+        done = subprocess.run(command, capture_output=True, timeout=limit, check=False)
+        self.assertEqual(done.returncode, status, done.stderr.decode(errors="replace"))
+        return done.stdout
