@@ -2,6 +2,7 @@
 
 #include "http/PathMapping.h"
 #include "http/ResponseText.h"
+#include "platform/Confinement.h"
 #include "platform/Text.h"
 #include "server/FolderPath.h"
 #include "server/ListenerStart.h"
@@ -32,7 +33,8 @@ HTTPFileServer::create(std::string root, std::uint16_t port,
 HTTPFileServer::HTTPFileServer(std::string root, std::uint16_t port,
                                const std::optional<server::Credentials>& credentials)
     : root_(std::move(root)), port_(port), expectedAuthorization_(authorizationFor(credentials)),
-      folder_(root_), queue_(platform::WorkQueue::concurrent("io.quorvel.http")) {}
+      folder_(root_),
+      queue_(platform::WorkQueue::concurrent("io.quorvel.http", platform::confinementTo(root_))) {}
 
 platform::Result<> HTTPFileServer::start() {
     auto listener = server::startListener(

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <pthread.h>
 #include <thread>
+#include <utility>
 
 namespace quorvel::platform {
 
@@ -61,9 +62,9 @@ void startThread(const std::shared_ptr<Loop>& loop, const std::string& label,
     sigset_t before;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &before);
-    std::thread([loop = std::shared_ptr(loop), label, setup]() mutable {
+    std::thread([loop = std::shared_ptr(loop), label, setup = ThreadSetup(setup)]() mutable {
         nameThread(label);
-        if (setup) setup();
+        if (setup) std::exchange(setup, {})();
         loop->run();
         loop.reset();
         threadCount().remove();
