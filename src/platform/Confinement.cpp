@@ -40,7 +40,7 @@ struct NetworkPort {
     std::uint64_t port;
 };
 
-bool switchedOff = false;
+bool enabled = true;
 
 int landlockVersion() {
     const long version = syscall(SYS_landlock_create_ruleset, nullptr, 0, askVersion);
@@ -84,7 +84,7 @@ ConfinementLevel supportedConfinement() {
 }
 
 ThreadSetup confinementTo(const std::string& folder) {
-    if (switchedOff) return {};
+    if (!enabled) return {};
     auto ruleset = std::make_shared<Descriptor>(makeRuleset(folder));
     if (!*ruleset) return {};
     return [ruleset = std::move(ruleset)] {
@@ -94,8 +94,8 @@ ThreadSetup confinementTo(const std::string& folder) {
     };
 }
 
-void switchConfinementOff() {
-    switchedOff = true;
+void setConfinementEnabled(bool isEnabled) {
+    enabled = isEnabled;
 }
 
 } // namespace quorvel::platform

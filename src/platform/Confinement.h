@@ -22,8 +22,8 @@ ConfinementLevel supportedConfinement();
 /// The folder is the one at the path now: one made anew there later stays out of reach.
 ThreadSetup confinementTo(const std::string& folder);
 
-/// Makes `confinementTo` return an empty setup: a sanitizer's report from a confined thread has
-/// no symbols. For tests, before the first server.
-void switchConfinementOff();
+/// With false `confinementTo` returns an empty setup from now on: a sanitizer's report from a
+/// confined thread has no symbols. For tests; the main thread.
+void setConfinementEnabled(bool isEnabled);
 
 } // namespace quorvel::platform
