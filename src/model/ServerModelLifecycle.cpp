@@ -1,0 +1,132 @@
+#include "model/ServerModel.h"
+#include "model/StatusText.h"
+#include "platform/SharedFolder.h"
+#include "server/Weakly.h"
+
+#include <utility>
+
+namespace quorvel::model {
+
+void ServerModel::toggle() {
+    if (state_.isActive()) return stop();
+    start();
+}
+
+void ServerModel::start() {
+    if (state_.isActive()) return;
+    const auto folder = resolveFolderURL();
+    if (!folder) return refuse("Choose a folder to share first.");
+    if (!platform::isDirectory(*folder)) return refuse("The chosen folder no longer exists.");
+    // Where it cannot be opened the start goes on: the clients are told of each failure.
+    access_ = FolderAccess::begin(*folder);
+    if (port_ < 1 || port_ > 65535) {
+        access_.reset();
+        return refuse("Enter a port between 1 and 65535.");
+    }
+    launch(*folder, static_cast<std::uint16_t>(port_));
+}
+
+void ServerModel::launch(const std::string& root, std::uint16_t port) {
+    const ServerPtr server = services_.makeServer(serverType_, root, port, share().login);
+    listenTo(server);
+    server_ = server;
+    state_ = {State::Case::starting};
+    if (const auto started = server->start(); !started) return fail(started.error().message());
+    changes_.notify();
+}
+
+void ServerModel::listenTo(const ServerPtr& server) {
+    // The model is looked up on the main thread, so that its last reference never ends elsewhere.
+    const auto queue = services_.mainQueue;
+    const auto self = weak_from_this();
+    const std::weak_ptr<server::FolderServer> reporter = server;
+    server->onReady = [queue, self, reporter] {
+        queue->post(server::weakly(self, [reporter](ServerModel& model) {
+            if (!model.wasReplaced(reporter)) model.serverDidBecomeReady();
+        }));
+    };
+    server->onError = [queue, self, reporter](const std::string& message) {
+        queue->post(server::weakly(self, [reporter, message](ServerModel& model) {
+            if (!model.wasReplaced(reporter)) model.fail(message);
+        }));
+    };
+}
+
+// A report still under way when its server was stopped and another one started tells nothing
+// about that other one.
+bool ServerModel::wasReplaced(const std::weak_ptr<server::FolderServer>& server) const {
+    return server_ && server_ != server.lock();
+}
+
+void ServerModel::serverDidBecomeReady() {
+    if (state_ != State{State::Case::starting}) return;
+    state_ = {State::Case::running};
+    refreshInfo();
+    changes_.notify();
+}
+
+void ServerModel::refreshInfo() {
+    const auto lanAddress = services_.localIPv4Address();
+    primaryURL_ = shareLink(share(), lanAddress.value_or(std::string(loopbackHost)));
+    infoText_ = runningInfoText(share(), lanAddress, folderPath_);
+}
+
+void ServerModel::stop() {
+    tearDown();
+    state_ = {State::Case::stopped};
+    primaryURL_.clear();
+    infoText_.clear();
+    changes_.notify();
+}
+
+/// A start that a check forbids; no server was made.
+void ServerModel::refuse(const std::string& message) {
+    state_ = State::failed(message);
+    infoText_ = message;
+    changes_.notify();
+}
+
+void ServerModel::fail(const std::string& message) {
+    tearDown();
+    state_ = State::failed(message);
+    primaryURL_.clear();
+    infoText_ = "Error: " + message;
+    changes_.notify();
+}
+
+void ServerModel::tearDown() {
+    if (server_) server_->stop();
+    server_.reset();
+    access_.reset();
+}
+
+std::string ServerModel::statusText() const {
+    return model::statusText(state_, primaryURL_);
+}
+
+std::optional<std::string> ServerModel::accessedURL() const {
+    return access_ ? std::optional(access_->folder()) : std::nullopt;
+}
+
+Share ServerModel::share() const {
+    Share share{serverType_, port_, std::nullopt};
+    if (withLogin()) share.login = {username_, password_};
+    return share;
+}
+
+std::string ServerModel::copyText(CopyFormat format) const {
+    const std::string lanHost = services_.localIPv4Address().value_or(std::string(loopbackHost));
+    switch (format) {
+    case CopyFormat::networkLine:
+        return shareLink(share(), lanHost);
+    case CopyFormat::networkJSON:
+        return shareJSON(share(), lanHost);
+    case CopyFormat::localLine:
+        return shareLink(share(), loopbackHost);
+    case CopyFormat::localJSON:
+        return shareJSON(share(), loopbackHost);
+    }
+    return {};
+}
+
+} // namespace quorvel::model
