@@ -20,6 +20,7 @@ void Loop::run() {
 }
 
 void Loop::join(LoopMember& member) {
+    if (member.joined_) return;
     member.joined_ = true;
     member.next_ = first_;
     if (first_ != nullptr) first_->previous_ = &member;

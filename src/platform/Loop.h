@@ -45,6 +45,7 @@ class Loop {
     /// The thread's body.
     void run();
 
+    /// Neither minds being asked twice.
     void join(LoopMember& member);
     void leave(LoopMember& member);
 

@@ -32,6 +32,8 @@ StreamConnection::StreamConnection(Descriptor socket, std::shared_ptr<Loop> loop
 }
 
 StreamConnection::~StreamConnection() {
+    // Both the watch and the socket would close the descriptor.
+    takeSocket();
     if (loop_) loop_->leave(*this);
 }
 
@@ -82,9 +84,13 @@ void StreamConnection::enqueue(Outgoing item) {
 }
 
 void StreamConnection::schedule() {
-    if (driving_ || scheduled_ || !loop_) return;
+    if (driving_ || scheduled_) return;
+    const auto loop = loop_ ? loop_ : endedOn_.lock();
+    if (!loop) return dropHandlers();
     scheduled_ = true;
-    loop_->post([self = shared_from_this()] {
+    // A handler that owns this connection is dropped by nobody else if the loop ends now.
+    loop->join(*this);
+    loop->post([self = shared_from_this()] {
         self->scheduled_ = false;
         self->drive();
     });
@@ -98,7 +104,13 @@ void StreamConnection::drive() {
         --steps;
     if (ended_) reportEnd();
     driving_ = false;
+    if (ended_) leaveWhenIdle();
     if (!ended_ && steps == 0) schedule();
+}
+
+void StreamConnection::leaveWhenIdle() {
+    const auto loop = endedOn_.lock();
+    if (loop && !scheduled_) loop->leave(*this);
 }
 
 bool StreamConnection::sendStep() {
@@ -193,7 +205,7 @@ void StreamConnection::setCork(bool corked) {
 }
 
 bool StreamConnection::receiveStep() {
-    if (!receiveHandler_ || readWaiting_) return false;
+    if (ended_ || !receiveHandler_ || readWaiting_) return false;
     const auto buffer = loop_->buffer();
     ssize_t count = 0;
     do {
@@ -221,7 +233,7 @@ void StreamConnection::waitFor(Direction direction) {
         watch_->assign(socket_.number(), error);
         if (error) {
             watch_.reset();
-            end(error, PeerInput::done);
+            end(posixError(error.value()), PeerInput::done);
             return;
         }
     }
@@ -242,13 +254,12 @@ void StreamConnection::end(std::error_code reason, PeerInput input) {
     if (ended_) return;
     ended_ = true;
     failure_ = reason;
-    if (loop_) {
-        if (corked_) setCork(false);
-        Descriptor socket = takeSocket();
-        if (!reason) GracefulClose::start(std::move(socket), loop_, input);
-        loop_->leave(*this);
-    }
+    if (corked_) setCork(false);
+    Descriptor socket = takeSocket();
+    if (!reason) GracefulClose::start(std::move(socket), loop_, input);
+    endedOn_ = std::exchange(loop_, nullptr);
     if (receiveHandler_ || !outgoing_.empty() || endHandler_) schedule();
+    leaveWhenIdle();
 }
 
 // Handlers may ask for more of the ended connection; that is refused in the same way.
@@ -265,8 +276,7 @@ void StreamConnection::reportEnd() {
     }
     bytesWaiting_ = 0;
     if (auto handler = std::exchange(endHandler_, {})) handler(failure_);
-    outgoing_.clear();
-    receiveHandler_ = {};
+    dropHandlers();
 }
 
 void StreamConnection::Outgoing::report(std::error_code error) {
@@ -287,6 +297,11 @@ void StreamConnection::closeWithLoop() {
     ended_ = true;
     takeSocket();
     loop_.reset();
+    endedOn_.reset();
+    dropHandlers();
+}
+
+void StreamConnection::dropHandlers() {
     const auto outgoing = std::move(outgoing_);
     const auto receiveHandler = std::move(receiveHandler_);
     const auto endHandler = std::move(endHandler_);

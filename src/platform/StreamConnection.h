@@ -65,10 +65,14 @@ class StreamConnection final : public Connection,
     void waitFor(Direction direction);
     void end(std::error_code reason, PeerInput input);
     void reportEnd();
+    void leaveWhenIdle();
+    void dropHandlers();
     Descriptor takeSocket();
 
     Descriptor socket_;
     std::shared_ptr<Loop> loop_;
+    // What has ended must not hold its loop: tasks and waits of the loop may hold it.
+    std::weak_ptr<Loop> endedOn_;
     std::optional<WatchedDescriptor> watch_;
     std::list<Outgoing> outgoing_;
     ReceiveHandler receiveHandler_;
