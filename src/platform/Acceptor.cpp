@@ -41,7 +41,7 @@ void Acceptor::start() {
     asio::error_code error;
     watch_.assign(listener_->socket(), error);
     if (error) {
-        listener_->reportState(Listener::State::failed, error);
+        listener_->reportState(Listener::State::failed, {error.value(), std::generic_category()});
         return close();
     }
     wait();

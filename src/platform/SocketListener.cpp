@@ -83,8 +83,17 @@ void SocketListener::start(WorkQueue& queue) {
     for (const auto& loop : queue.loops_) {
         // Weakly: a task that its own loop never ran must not keep that loop.
         loop->post([self, weakLoop = std::weak_ptr(loop)] {
-            if (auto alive = weakLoop.lock()) std::make_shared<Acceptor>(self, alive)->start();
+            if (auto alive = weakLoop.lock()) self->acceptOn(alive);
         });
+    }
+}
+
+void SocketListener::acceptOn(const std::shared_ptr<Loop>& loop) {
+    try {
+        std::make_shared<Acceptor>(shared_from_this(), loop)->start();
+    } catch (const std::system_error& error) {
+        // The first watch on a loop opens descriptors of its own, and there may be none left.
+        reportState(State::failed, {error.code().value(), std::generic_category()});
     }
 }
 

@@ -35,6 +35,7 @@ class SocketListener final : public Listener, public std::enable_shared_from_thi
 
   private:
     std::error_code bindAndListen() const;
+    void acceptOn(const std::shared_ptr<Loop>& loop);
 
     Descriptor socket_;
     const int family_;
