@@ -116,9 +116,10 @@ bool SettingsFile::save() const {
 bool SettingsFile::set(const std::string& key, Value value) {
     // Typing stores a value with every key press; most other sets change nothing.
     const auto known = values_.find(key);
-    if (known != values_.end() && known->second == value) return true;
+    if (saved_ && known != values_.end() && known->second == value) return true;
     values_[key] = std::move(value);
-    return save();
+    saved_ = save();
+    return saved_;
 }
 
 template <class Type>

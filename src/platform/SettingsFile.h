@@ -17,8 +17,7 @@ class SettingsFile {
     using Data = std::vector<std::uint8_t>;
     using Value = std::variant<bool, std::int64_t, std::string, Data>;
 
-    /// $XDG_CONFIG_HOME/quorvel-server/settings.json, with ~/.config where that is not set
-    ///.
+    /// $XDG_CONFIG_HOME/quorvel-server/settings.json, with ~/.config where that is not set.
     static std::string defaultPath();
 
     /// Reads the file. Content that cannot be understood counts as empty and is kept beside it
@@ -42,6 +41,7 @@ class SettingsFile {
 
     std::string path_;
     std::map<std::string, Value> values_;
+    bool saved_ = true;
 };
 
 } // namespace quorvel::platform
