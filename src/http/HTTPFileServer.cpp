@@ -21,6 +21,12 @@ std::optional<std::string> authorizationFor(const std::optional<server::Credenti
     return "Basic " + platform::base64(credentials->user + ":" + credentials->pass);
 }
 
+/// False when the process has run out of descriptors: then the item may well be there.
+bool saysMissing(const std::error_code& error) {
+    return error != std::errc::too_many_files_open &&
+           error != std::errc::too_many_files_open_in_system;
+}
+
 } // namespace
 
 std::shared_ptr<HTTPFileServer>
@@ -112,7 +118,7 @@ void HTTPFileServer::answerPath(const Client& client, const RequestHead& request
     if (!location) return sendText(client, forbidden());
     const auto relativePath = server::relativeTo(root_, *location);
     const auto item = folder_.find(relativePath);
-    if (!item) return sendText(client, notFound());
+    if (!item) return sendText(client, saysMissing(item.error()) ? notFound() : cannotOpenFile());
     if (item->attributes.kind != platform::ItemKind::directory)
         return sendFile(client, *item, *location, request);
     if (!raw.ends_with('/')) return sendRedirect(client, redirectLocation(raw));
