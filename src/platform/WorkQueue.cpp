@@ -97,7 +97,9 @@ WorkQueue::~WorkQueue() {
 }
 
 void WorkQueue::post(Task task) {
-    loops_.front()->post(std::move(task));
+    // The task may release the queue before the loop's own post has returned.
+    const auto loop = loops_.front();
+    loop->post(std::move(task));
 }
 
 bool WorkQueue::waitUntilAllEnded(std::chrono::milliseconds timeout) {
