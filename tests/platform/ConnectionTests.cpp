@@ -57,24 +57,39 @@ class Host {
         listener_->start(*queue_);
         outcome_ = outcome.get_future().get();
     }
-    ~Host() { listener_->cancel(); }
+    /// Afterwards no callback runs.
+    ~Host() {
+        listener_->cancel();
+        if (queue_) releaseAfter([] {});
+    }
 
     const std::string& outcome() const { return outcome_; }
     std::uint16_t port() const { return listener_->port().value_or(0); }
     Listener& listener() { return *listener_; }
     WorkQueue& queue() { return *queue_; }
     /// Runs the work on the queue and waits for it.
-    void run(Task work) {
-        std::promise<void> done;
-        queue_->post([&] {
+    void run(Task work) { runOn(*queue_, std::move(work)); }
+    /// Runs the work and releases the queue in the same turn.
+    void releaseAfter(Task work) {
+        WorkQueue& last = *queue_;
+        runOn(last, [queue = takeQueue(), work = std::move(work)]() mutable {
             work();
-            done.set_value();
+            queue.reset();
         });
-        done.get_future().get();
     }
     std::shared_ptr<WorkQueue> takeQueue() { return std::move(queue_); }
 
   private:
+    static void runOn(WorkQueue& queue, Task work) {
+        std::promise<void> promise;
+        const auto done = promise.get_future();
+        queue.post([work = std::move(work), promise = std::move(promise)]() mutable {
+            work();
+            promise.set_value();
+        });
+        done.wait();
+    }
+
     std::shared_ptr<WorkQueue> queue_;
     std::shared_ptr<Listener> listener_;
     std::string outcome_;
@@ -287,57 +302,60 @@ TEST(Connection, KnowsTheIPv4AddressTheClientReached) {
     }
 }
 
-TEST(Queue, ReleasedClosesItsConnectionsAndDropsTheirHandlersUncalled) {
-    const auto descriptors = test::openDescriptorCount();
-    const auto threads = test::threadCount();
-    {
-        Events events;
-        std::vector<SocketClient> clients;
-        const auto token = std::make_shared<int>();
-        const auto count = [token, &events](const auto&...) { events.add("called"); };
-        std::promise<void> allHere;
-        Host host([&, here = 0](const ConnectionPtr& made) mutable {
-            made->onEnd(count);
-            made->receive(1, count);
-            made->send(std::string(20'000'000, 'x'), count);
-            if (++here == 10) allHere.set_value();
-        });
-        for (int i = 0; i < 10; ++i)
-            clients.emplace_back(host.port());
-        allHere.get_future().get();
-        host.listener().cancel();
-        host.takeQueue().reset();
-        EXPECT_TRUE(WorkQueue::waitUntilAllEnded(5s));
-        EXPECT_THAT(events.all(), ElementsAre());
-        EXPECT_EQ(token.use_count(), 2);
-        for (auto& client : clients)
-            EXPECT_LT(client.receiveAll().size(), 20'000'000U);
+/// Nothing of a released queue is left behind.
+class ReleasedQueue : public testing::Test {
+  protected:
+    ReleasedQueue() : isQuiet_(WorkQueue::waitUntilAllEnded(5s)) {}
+    ~ReleasedQueue() override {
+        EXPECT_TRUE(isQuiet_ && WorkQueue::waitUntilAllEnded(5s));
+        EXPECT_EQ(test::openDescriptorCount(), descriptors_);
+        EXPECT_TRUE(eventually([&] { return test::threadCount() <= threads_; }));
     }
-    EXPECT_EQ(test::openDescriptorCount(), descriptors);
-    EXPECT_TRUE(eventually([&] { return test::threadCount() == threads; }));
+
+  private:
+    const bool isQuiet_;
+    const std::size_t descriptors_ = test::openDescriptorCount();
+    const std::size_t threads_ = test::threadCount();
+};
+
+TEST_F(ReleasedQueue, ClosesItsConnectionsAndDropsTheirHandlersUncalled) {
+    Events events;
+    std::vector<SocketClient> clients;
+    const auto token = std::make_shared<int>();
+    const auto count = [token, &events](const auto&...) { events.add("called"); };
+    std::promise<void> allHere;
+    Host host([&, here = 0](const ConnectionPtr& made) mutable {
+        made->onEnd(count);
+        made->receive(1, count);
+        made->send(std::string(20'000'000, 'x'), count);
+        if (++here == 10) allHere.set_value();
+    });
+    for (int i = 0; i < 10; ++i)
+        clients.emplace_back(host.port());
+    allHere.get_future().get();
+    host.listener().cancel();
+    host.takeQueue().reset();
+    EXPECT_TRUE(WorkQueue::waitUntilAllEnded(5s));
+    EXPECT_THAT(events.all(), ElementsAre());
+    EXPECT_EQ(token.use_count(), 2);
+    for (auto& client : clients)
+        EXPECT_LT(client.receiveAll().size(), 20'000'000U);
 }
 
-TEST(Queue, ReleasedRightAfterACancelKeepsNothing) {
-    const auto descriptors = test::openDescriptorCount();
-    {
-        Events events;
-        Pair pair;
-        pair.host().listener().cancel();
-        const std::weak_ptr<Connection> weak = pair.connection;
-        pair.run(
-            [&] { pair.connection->receive(1, [self = pair.connection](const Received&) {}); });
-        pair.host().queue().post([&, queue = pair.host().takeQueue()]() mutable {
-            pair.connection->cancel(PeerInput::expected);
-            pair.connection.reset();
-            queue.reset();
-        });
-        EXPECT_TRUE(WorkQueue::waitUntilAllEnded(5s));
-        EXPECT_TRUE(weak.expired());
-    }
-    EXPECT_EQ(test::openDescriptorCount(), descriptors);
+TEST_F(ReleasedQueue, ForgetsWhatWasCancelledJustBefore) {
+    Pair pair;
+    const std::weak_ptr<Connection> weak = pair.connection;
+    pair.run([&] { pair.connection->receive(1, [self = pair.connection](const Received&) {}); });
+    pair.host().listener().cancel();
+    pair.host().releaseAfter([&] {
+        pair.connection->cancel(PeerInput::expected);
+        pair.connection.reset();
+    });
+    EXPECT_TRUE(WorkQueue::waitUntilAllEnded(5s));
+    EXPECT_TRUE(weak.expired());
 }
 
-TEST(Queue, RunsTasksInOrderAndDestroysTheRest) {
+TEST_F(ReleasedQueue, DestroysTheTasksItHasNotRun) {
     Events events;
     auto queue = WorkQueue::serial("test.order");
     std::promise<void> running;
@@ -379,9 +397,9 @@ TEST(Listener, CancelResetsClientsThatWait) {
     std::promise<void> blocked;
     std::promise<void> goOn;
     Host host([](const ConnectionPtr&) { FAIL() << "a client came after the cancel"; });
-    host.queue().post([&] {
+    host.queue().post([&, waiting = goOn.get_future()] {
         blocked.set_value();
-        goOn.get_future().get();
+        waiting.wait();
     });
     blocked.get_future().get();
     SocketClient client(host.port());
