@@ -1,0 +1,135 @@
+#include "ModelFixture.h"
+
+#include "model/FolderBookmark.h"
+
+namespace quorvel::model {
+
+namespace {
+
+using Values = MemorySettingsStore::Values;
+using Data = SettingsStore::Data;
+using SettingsTest = ModelFixture;
+
+SettingsStore::Value text(const char* value) {
+    return std::string(value);
+}
+
+SettingsStore::Value number(std::int64_t value) {
+    return value;
+}
+
+TEST_F(SettingsTest, ReadsWhatIsStoredAndDefaultsWhereItIsUnusable) {
+    struct Case {
+        Values stored;
+        ServerType type;
+        std::int64_t port;
+        CopyFormat format = CopyFormat::networkLine;
+    };
+    using enum ServerType;
+    const Case cases[] = {
+        {{}, http, 80},
+        {{{"server.type", text("FTP")}}, ftp, 21},
+        {{{"server.type", text("ftp")}}, http, 80},
+        {{{"server.type", number(1)}}, http, 80},
+        {{{"server.type", text("FTP")}, {"server.port", number(0)}}, ftp, 21},
+        {{{"server.type", text("FTP")}, {"server.port", number(-5)}}, ftp, 21},
+        {{{"server.port", number(70000)}}, http, 70000},
+        {{{"server.port", text("8080")}}, http, 80},
+        {{{"server.copyFormat", text("Network JSON")}}, http, 80, CopyFormat::networkJSON},
+        {{{"server.copyFormat", text("Local link")}}, http, 80, CopyFormat::localLine},
+        {{{"server.copyFormat", text("Local JSON")}}, http, 80, CopyFormat::localJSON},
+        {{{"server.copyFormat", text("local json")}}, http, 80},
+        {{{"server.useAuth", text("true")}, {"server.username", number(1)}}, http, 80},
+    };
+    for (const auto& [stored, type, port, format] : cases) {
+        const auto model = makeModel(stored);
+        EXPECT_EQ(model->serverType(), type);
+        EXPECT_EQ(model->port(), port);
+        EXPECT_EQ(model->copyFormat(), format);
+        EXPECT_FALSE(model->useAuth());
+        EXPECT_EQ(model->username() + model->password() + model->folderPath(), "");
+        EXPECT_EQ(model->state(), State{});
+        EXPECT_EQ(store_->values(), stored);
+    }
+}
+
+TEST_F(SettingsTest, EverySetterStoresAndTellsAllObserversEvenWithoutAChange) {
+    const auto model = makeModel();
+    int first = 0;
+    int second = 0;
+    const auto kept = model->onChange([&] { ++first; });
+    Subscription released = model->onChange([&] { released.reset(), ++second; });
+    const Values expected{
+        {"server.type", text("FTP")},       {"server.port", number(21)},
+        {"server.useAuth", true},           {"server.username", text("bob")},
+        {"server.password", text("p\"ss")}, {"server.copyFormat", text("Local JSON")}};
+    for (int round = 0; round < 2; ++round) {
+        model->setPort(8080);
+        model->setServerType(ServerType::ftp);
+        model->setUseAuth(true);
+        model->setUsername("bob");
+        model->setPassword("p\"ss");
+        model->setCopyFormat(CopyFormat::localJSON);
+        model->setFolderPath("/not stored");
+        EXPECT_EQ(store_->values(), expected);
+        store_->set("server.username", text("changed by another program"));
+    }
+    EXPECT_EQ(first, 14);
+    EXPECT_EQ(second, 1);
+    model->setServerType(ServerType::http);
+    EXPECT_EQ(store_->integer("server.port"), 80);
+
+    const auto restarted = makeModel(expected);
+    EXPECT_TRUE(restarted->withLogin());
+    EXPECT_EQ(restarted->username() + restarted->password(), "bobp\"ss");
+}
+
+TEST_F(SettingsTest, ChoosingAFolderStoresItAndCancellingChangesNothing) {
+    const auto model = makeModel();
+    model->chooseFolder();
+    EXPECT_EQ(chooser_->shown.back(), "Choose|Choose a folder to share.");
+    EXPECT_TRUE(store_->values().empty());
+
+    chooser_->choice = "/srv/F\xC3\xA4 \xFF";
+    model->chooseFolder();
+    EXPECT_EQ(model->folderPath(), chooser_->choice);
+    EXPECT_EQ(store_->string("server.folderPath"), chooser_->choice);
+    EXPECT_EQ(makeModel(store_->values())->resolveFolderURL(), chooser_->choice);
+
+    // No bookmark can be made of this; the one before stays.
+    chooser_->choice = "relative";
+    model->chooseFolder();
+    EXPECT_EQ(model->folderPath(), "relative");
+    EXPECT_EQ(model->resolveFolderURL(), "/srv/F\xC3\xA4 \xFF");
+}
+
+TEST_F(SettingsTest, TheBookmarkDecidesBeforeThePath) {
+    const Data good = *makeBookmark("/gone");
+    const Data cutShort(good.begin(), good.begin() + 4);
+    Data otherVersion = good;
+    otherVersion[3] = '2';
+    Data withNul = good;
+    withNul.push_back(0);
+    struct Case {
+        std::optional<Data> bookmark;
+        std::string path;
+        std::optional<std::string> resolved;
+    };
+    const Case cases[] = {
+        {good, "/other", "/gone"}, {good, "", "/gone"},    {cutShort, "/other", {}},
+        {withNul, "/other", {}},   {Data{}, "/other", {}}, {otherVersion, "/other", {}},
+        {{}, "/other", "/other"},  {{}, "", {}},
+    };
+    for (const auto& [bookmark, path, resolved] : cases) {
+        Values stored{{"server.folderPath", path}};
+        if (bookmark) stored["server.folderBookmark"] = *bookmark;
+        const auto model = makeModel(stored);
+        EXPECT_EQ(model->resolveFolderURL(), resolved);
+        EXPECT_EQ(model->folderPath(), path);
+        EXPECT_EQ(store_->values(), stored);
+    }
+}
+
+} // namespace
+
+} // namespace quorvel::model
