@@ -12,7 +12,8 @@
 
 namespace quorvel::model {
 
-/// Makes the server for one start from the protocol, the folder, the port and the login.
+/// Makes the server for one start from the protocol, the folder, the port and the login. Throws
+/// std::system_error when the system has no more threads or descriptors for it.
 using ServerFactory = std::function<std::shared_ptr<server::FolderServer>(
     ServerType type, std::string root, std::uint16_t port,
     std::optional<server::Credentials> credentials)>;

@@ -3,6 +3,7 @@
 #include "platform/SharedFolder.h"
 #include "server/Weakly.h"
 
+#include <system_error>
 #include <utility>
 
 namespace quorvel::model {
@@ -27,7 +28,12 @@ void ServerModel::start() {
 }
 
 void ServerModel::launch(const std::string& root, std::uint16_t port) {
-    const ServerPtr server = services_.makeServer(serverType_, root, port, share().login);
+    ServerPtr server;
+    try {
+        server = services_.makeServer(serverType_, root, port, share().login);
+    } catch (const std::system_error& exhausted) {
+        return fail(exhausted.code().message());
+    }
     listenTo(server);
     server_ = server;
     state_ = {State::Case::starting};

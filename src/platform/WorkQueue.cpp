@@ -7,6 +7,7 @@
 #include <csignal>
 #include <mutex>
 #include <pthread.h>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -62,14 +63,21 @@ void startThread(const std::shared_ptr<Loop>& loop, const std::string& label,
     sigset_t before;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &before);
-    std::thread([loop = std::shared_ptr(loop), label, setup = ThreadSetup(setup)]() mutable {
-        nameThread(label);
-        if (setup) std::exchange(setup, {})();
-        loop->run();
-        loop.reset();
+    const auto restoreSignals = [&before] { pthread_sigmask(SIG_SETMASK, &before, nullptr); };
+    try {
+        std::thread([loop = std::shared_ptr(loop), label, setup = ThreadSetup(setup)]() mutable {
+            nameThread(label);
+            if (setup) std::exchange(setup, {})();
+            loop->run();
+            loop.reset();
+            threadCount().remove();
+        }).detach();
+    } catch (const std::system_error&) {
         threadCount().remove();
-    }).detach();
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+        restoreSignals();
+        throw;
+    }
+    restoreSignals();
 }
 
 } // namespace
@@ -85,13 +93,22 @@ std::shared_ptr<WorkQueue> WorkQueue::concurrent(std::string label, ThreadSetup 
 
 WorkQueue::WorkQueue(std::string label, std::size_t threads, ThreadSetup setup)
     : label_(std::move(label)) {
-    for (std::size_t i = 0; i < threads; ++i) {
-        loops_.push_back(std::make_shared<Loop>());
-        startThread(loops_.back(), label_, setup);
+    try {
+        for (std::size_t i = 0; i < threads; ++i) {
+            loops_.push_back(std::make_shared<Loop>());
+            startThread(loops_.back(), label_, setup);
+        }
+    } catch (const std::system_error&) {
+        endLoops();
+        throw;
     }
 }
 
 WorkQueue::~WorkQueue() {
+    endLoops();
+}
+
+void WorkQueue::endLoops() {
     for (const auto& loop : loops_)
         loop->end();
 }

@@ -25,7 +25,8 @@ using ThreadSetup = std::function<void()>;
 /// connections, stalled transfers) is closed, its callbacks are dropped without being called.
 class WorkQueue {
   public:
-    /// One thread: tasks run one at a time, in order. The label names the threads.
+    /// One thread: tasks run one at a time, in order. The label names the threads. Both throw
+    /// std::system_error when the system has no more threads or descriptors.
     static std::shared_ptr<WorkQueue> serial(std::string label, ThreadSetup setup = {});
     /// Several threads: a connection stays on the thread that accepted it, and its callbacks
     /// follow each other.
@@ -49,6 +50,7 @@ class WorkQueue {
     friend class SocketListener;
 
     WorkQueue(std::string label, std::size_t threads, ThreadSetup setup);
+    void endLoops();
 
     std::string label_;
     std::vector<std::shared_ptr<Loop>> loops_;

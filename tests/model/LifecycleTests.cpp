@@ -164,9 +164,13 @@ TEST_F(LifecycleTest, ShowsWhyAStartFailsAndStartsAgain) {
         EXPECT_EQ(servers_.last(), nullptr);
     }
     servers_.outcome = {};
+    servers_.exhausted = std::make_error_code(std::errc::resource_unavailable_try_again);
+    model_->start();
+    expectFailed("Resource temporarily unavailable");
+    servers_.exhausted = {};
     model_->start();
     EXPECT_EQ(model_->state(), State{Case::starting});
-    EXPECT_EQ(model_->infoText(), "Error: Too many open files");
+    EXPECT_EQ(model_->infoText(), "Error: Resource temporarily unavailable");
 }
 
 TEST_F(LifecycleTest, FailsWithTheReportOfAStartingOrRunningServer) {

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace quorvel::test {
@@ -29,9 +30,11 @@ class FakeServer final : public server::FolderServer {
     int stopCount = 0;
 };
 
-/// Every server that a model made, alive or not; each starts with `outcome`.
+/// Every server that a model made, alive or not; each starts with `outcome`. With `exhausted`
+/// none can be made.
 struct FakeServers {
     platform::Result<> outcome;
+    std::error_code exhausted;
     std::vector<std::weak_ptr<FakeServer>> made;
 
     std::shared_ptr<FakeServer> last() const { return made.empty() ? nullptr : made.back().lock(); }
@@ -40,6 +43,7 @@ struct FakeServers {
     model::ServerFactory factory() {
         return [this](model::ServerType type, std::string root, std::uint16_t port,
                       std::optional<server::Credentials> credentials) {
+            if (exhausted) throw std::system_error(exhausted);
             const auto server = std::make_shared<FakeServer>();
             server->type = type;
             server->root = std::move(root);
