@@ -1,0 +1,179 @@
+#include "ftp/FTPFixture.h"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+namespace quorvel::ftp {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+const std::string ok = "200 OK\r\n";
+const std::string loggedIn = "230 Login successful.\r\n";
+const std::string loginRequired = "530 Please log in with USER and PASS.\r\n";
+const std::string loginIncorrect = "530 Login incorrect.\r\n";
+const std::string notImplemented = "502 Command not implemented.\r\n";
+const std::string noDirectory = "550 Failed to change directory.\r\n";
+const std::string noSize = "550 Could not get file size.\r\n";
+const std::string noTime = "550 Could not get modification time.\r\n";
+const std::string noListing = "550 No such file or directory.\r\n";
+const std::string noFile = "550 File not found.\r\n";
+
+/// Commands, each with its reply.
+using Dialogue = std::vector<std::pair<std::string, std::string>>;
+
+void expectDialogue(FTPClient& client, const Dialogue& dialogue) {
+    for (const auto& [command, reply] : dialogue)
+        EXPECT_EQ(client.ask(command), reply) << command;
+}
+
+const Dialogue forAnyone{
+    {"syst", "215 UNIX Type: L8\r\n"},
+    {"OPTS UTF8 ON", ok},
+    {"TYPE", "200 Type set to \r\n"},
+    {"TYPE l 8 ß", "200 Type set to L 8 SS\r\n"},
+    {"MODE s", "200 Mode set to S.\r\n"},
+    {"MODE S ", "504 Only stream mode is supported.\r\n"},
+    {"STRU F", "200 Structure set to F.\r\n"},
+    {"STRU R", "504 Only file structure is supported.\r\n"},
+    {"PWD", "257 \"/\" is the current directory\r\n"},
+    {"XPWD x", "257 \"/\" is the current directory\r\n"},
+    {"NOOP", ok},
+    {"CLNT x", ok},
+    {"ABOR", ok},
+    {"AUTH TLS", notImplemented},
+    {"PBSZ 0", notImplemented},
+    {"PROT P", notImplemented},
+    {"STOR x", notImplemented},
+    {"   ", notImplemented},
+    {"\tNOOP", notImplemented},
+};
+
+const Dialogue afterLogin{
+    {"CWD docs//x/../in \"quotes\"/", "250 Directory changed to /docs/in \"quotes\"\r\n"},
+    {"CDUP away", "250 Directory changed to /docs\r\n"},
+    {"CWD", "250 Directory changed to /docs\r\n"},
+    {"CWD notes.txt", noDirectory},
+    {"SIZE notes.txt", "213 5\r\n"},
+    {"MDTM notes.txt", "213 20240305140709\r\n"},
+    {"XCUP", "250 Directory changed to /\r\n"},
+    {"CDUP", "250 Directory changed to /\r\n"},
+    {"XCWD ../../absolute", "250 Directory changed to /absolute\r\n"},
+    {"SIZE /absolute/notes.txt", "213 5\r\n"},
+    {"CWD /away", noDirectory},
+    {"CWD docs", noDirectory},
+    {"CWD  /", noDirectory},
+    {std::string("CWD /docs\0/x", 12), noDirectory},
+    {"SIZE /docs", noSize},
+    {"SIZE /away/passwd", noSize},
+    {"SIZE /fifo", noSize},
+    {"MDTM /away/passwd", noTime},
+    {"MDTM /fifo", noTime},
+    {"LIST /away", noListing},
+    {"NLST -l My Documents", noListing},
+    {"RETR /docs", noFile},
+    {"RETR /away/passwd", noFile},
+    {"RETR ../../../etc/passwd", noFile},
+    {"RETR /fifo", noFile},
+    {"REST +7", "350 Restart position accepted.\r\n"},
+    {"REST -1", "501 Invalid REST argument.\r\n"},
+};
+
+class FTPCommands : public FTPTest {};
+
+TEST_F(FTPCommands, AnswerAsTheTableSays) {
+    folder.makeFolder("docs/in \"quotes\"");
+    folder.link("away", "/etc");
+    folder.link("absolute", folder.path("docs"));
+    mkfifo(folder.path("fifo").c_str(), 0644);
+    const timespec times[2] = {{1709647629, 999999999}, {1709647629, 999999999}};
+    utimensat(AT_FDCWD, folder.write("docs/notes.txt", "12345").c_str(), times, 0);
+    serve();
+    FTPClient client(port);
+    expectDialogue(client, forAnyone);
+    Dialogue refused = afterLogin;
+    for (auto& [command, reply] : refused)
+        reply = loginRequired;
+    expectDialogue(client, refused);
+    expectDialogue(client, {{"PASV", loginRequired}, {"EPSV", loginRequired}, {"PASS", loggedIn}});
+    expectDialogue(client, forAnyone);
+    expectDialogue(client, afterLogin);
+    EXPECT_TRUE(client.ask("MDTM /docs").starts_with("213 20"));
+    EXPECT_EQ(client.ask("FEAT", "211 End\r\n"),
+              "211-Features:\r\n PASV\r\n EPSV\r\n SIZE\r\n MDTM\r\n REST STREAM\r\n UTF8\r\n"
+              "211 End\r\n");
+}
+
+TEST_F(FTPCommands, LoginNeedsBothNameAndPassword) {
+    serve(server::Credentials{"caf\u00E9", "s ecret"});
+    FTPClient client(port);
+    expectDialogue(client, {
+                               {"PASS s ecret", loginIncorrect},
+                               {"USER  caf\u00E9", "331 Password required for  caf\u00E9.\r\n"},
+                               {"PASS s ecret", loginIncorrect},
+                               {"user cafe\u0301", "331 Password required for cafe\u0301.\r\n"},
+                               {"PASS S ecret", loginIncorrect},
+                               {"CDUP", loginRequired},
+                               {"PASS s ecret", loggedIn},
+                               {"CDUP", "250 Directory changed to /\r\n"},
+                               {"PASS ", loginIncorrect},
+                               {"CDUP", loginRequired},
+                               {"PASS s ecret", loggedIn},
+                               {"USER", "331 Password required for .\r\n"},
+                               {"CDUP", loginRequired},
+                           });
+}
+
+TEST_F(FTPCommands, LinesAreFramedHoweverTheyArrive) {
+    serve();
+    const std::string syst = "215 UNIX Type: L8\r\n";
+    const std::vector<std::pair<std::vector<std::string>, std::string>> cases{
+        {{"NOOP\nNOOP\r\n\r\n\n\r\r\nSYST\r\n"}, ok + ok + syst},
+        {{"NO", "OP\r", "\nSYST\n"}, ok + syst},
+        {{"NOOP \xc3\x28\r\n\xff\xfe\r\nSYST\r\n"}, syst},
+        {{std::string(5000, 'x'), "NOOP\r\n"}, ok},
+        {{std::string(4092, ' ') + "NOOP", "\r\n"}, ok},
+        {{std::string(4093, ' ') + "NOOP", "\r\n"}, ""},
+        {{std::string(5000, 'x') + "\nNOOP\n"}, notImplemented + ok},
+        {{"QUIT\r\nNOOP\r\nSYST\r\n"}, "221 Goodbye.\r\n" + ok + syst},
+    };
+    for (const auto& [segments, replies] : cases) {
+        FTPClient client(port);
+        for (const auto& segment : segments) {
+            client.send(segment);
+            test::sleepFor(30ms);
+        }
+        if (!segments.front().starts_with("QUIT")) client.finishSending();
+        EXPECT_EQ(client.receiveAll(), replies) << segments.front().substr(0, 40);
+        EXPECT_FALSE(client.wasReset());
+    }
+}
+
+TEST_F(FTPCommands, WaitForAClientThatDoesNotRead) {
+    serve();
+    FTPClient silent(port);
+    const std::string command = "TYPE " + std::string(1000, 'x') + "\n";
+    constexpr std::size_t moreThanTheKernelHolds = 32 << 20;
+    std::size_t sent = 0;
+    const auto sendSome = [&] {
+        const auto rest = std::string_view(command).substr(sent % command.size());
+        const auto count = ::send(silent.descriptor(), rest.data(), rest.size(), MSG_DONTWAIT);
+        if (count > 0) sent += static_cast<std::size_t>(count);
+        return count > 0;
+    };
+    while (sent < moreThanTheKernelHolds && test::eventually(sendSome, 300ms)) {
+    }
+    EXPECT_LT(sent, moreThanTheKernelHolds);
+    EXPECT_EQ(FTPClient(port).ask("NOOP"), ok);
+    const std::string reply = "200 Type set to " + std::string(1000, 'X') + "\r\n";
+    for (std::size_t count = sent / command.size(); count > 0; --count)
+        ASSERT_EQ(silent.receiveUntil("\r\n"), reply) << count;
+    silent.send(command.substr(sent % command.size()) + "QUIT\n");
+    EXPECT_EQ(silent.receiveAll(), reply + "221 Goodbye.\r\n");
+}
+
+} // namespace
+
+} // namespace quorvel::ftp
