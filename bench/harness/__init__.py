@@ -1,0 +1,1 @@
+"""Measures file servers side by side on the loopback interface."""

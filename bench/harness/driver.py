@@ -1,0 +1,61 @@
+"""The load driver, a program of its own: one run is one load, its figures come as JSON."""
+
+import json
+import os
+import subprocess
+from pathlib import Path
+
+
+class LoadError(Exception):
+    """The server did not do what was asked."""
+
+
+class Driver:
+    """Runs loads, on the given processors if any."""
+
+    def __init__(self, program: Path, cpus: set[int] | None = None):
+        self._program = program
+        self._cpus = cpus
+
+    def pinned(self, cpus: set[int]) -> "Driver":
+        return Driver(self._program, cpus)
+
+    def run(self, mode: str, **options: object) -> dict:
+        with self.held(mode, **options) as figures:
+            return figures
+
+    def held(self, mode: str, **options: object) -> "_Load":
+        """A context manager around clients that stay; its value is the figures of their start."""
+        words = [f"{name}={value}" for name, value in options.items()]
+        return _Load([str(self._program), mode, *words], self._cpus)
+
+
+class _Load:
+    def __init__(self, command: list[str], cpus: set[int] | None):
+        pin = (lambda: os.sched_setaffinity(0, cpus)) if cpus else None
+        self._name = " ".join(command[1:])
+        self._process = subprocess.Popen(
+            command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+            text=True, start_new_session=True, preexec_fn=pin)
+
+    def __enter__(self) -> dict:
+        try:
+            return self._figures()
+        except BaseException:
+            self.__exit__()
+            raise
+
+    def __exit__(self, *_: object) -> None:
+        if self._process.poll() is None:
+            self._process.kill()
+        self._process.communicate()
+
+    def _figures(self) -> dict:
+        line = self._process.stdout.readline()
+        if not line:
+            raise LoadError(f"{self._name}: {self._process.stderr.read().strip()}")
+        figures = json.loads(line)
+        nothing = figures["units"] == 0 and figures["bytes"] == 0
+        if nothing or figures["failures"] * 1000 > figures["units"]:
+            raise LoadError(f"{self._name}: {figures['failures']} failures: {figures['failure']}")
+        return figures

@@ -1,0 +1,220 @@
+"""What is measured: each measure is one load with its figures and what ours is to reach."""
+
+import time
+from dataclasses import dataclass
+from typing import Callable
+
+from harness import network
+from harness.driver import Driver
+from harness.fixtures import GIB, KIB, MIB, Fixtures
+from harness.peers import Start
+from harness.processes import ServerProcess
+
+US = 1e6
+MS = 1e3
+IDLE_CLIENTS = 1000
+STALLED_CLIENTS = 500
+# An ended session's processes take a moment to be gone, and to be in the account.
+SETTLE = 0.1
+
+
+@dataclass(frozen=True)
+class Column:
+    """One figure. `target` is the ratio to the best peer that ours is to reach, `limit` the
+    figure itself."""
+
+    key: str
+    title: str
+    higher_is_better: bool = False
+    target: float | None = None
+    limit: float | None = None
+    digits: int = 1
+
+
+@dataclass(frozen=True)
+class Running:
+    """A server under measurement and what its measures need."""
+
+    process: ServerProcess
+    start: Start
+    port: int
+    driver: Driver
+    fixtures: Fixtures
+    seconds: float
+
+    def ftp(self) -> dict:
+        return {"port": self.port, "user": self.start.user, "password": self.start.password}
+
+
+@dataclass(frozen=True)
+class Measure:
+    """`once` is one round with one server. A fresh measure starts the server for each round, a
+    pinned one gives it and the driver a processor each."""
+
+    name: str
+    title: str
+    protocol: str
+    columns: list[Column]
+    once: Callable[[Running], dict[str, float]]
+    pinned: bool = False
+    fresh: bool = False
+
+
+def _load(running: Running, mode: str, **options: object) -> tuple[dict, float]:
+    """The driver's figures and the CPU time that the server took for them."""
+    before = running.process.cpu_seconds()
+    figures = running.driver.run(mode, seconds=running.seconds, **options)
+    time.sleep(SETTLE)
+    return figures, running.process.cpu_seconds() - before
+
+
+def _requests(running: Running, **options: object) -> dict[str, float]:
+    figures, cpu = _load(running, "http", port=running.port, clients=32, **options)
+    return _per_second(figures, cpu)
+
+
+def _per_second(figures: dict, cpu: float) -> dict[str, float]:
+    return {"rate": figures["units"] / figures["seconds"], "cpu": cpu / figures["units"] * US}
+
+
+def _small(running: Running) -> dict[str, float]:
+    return _requests(running, path="/" + running.fixtures.file(KIB), body=KIB)
+
+
+def _ranges(running: Running) -> dict[str, float]:
+    return _requests(running, path="/" + running.fixtures.file(GIB), file=GIB, range=64 * KIB,
+                     body=64 * KIB)
+
+
+def _throughput(figures: dict, cpu: float) -> dict[str, float]:
+    gibibytes = figures["bytes"] / GIB
+    return {"rate": gibibytes / figures["seconds"], "cpu": cpu / gibibytes}
+
+
+def _http_large(running: Running) -> dict[str, float]:
+    path = "/" + running.fixtures.file(GIB)
+    return _throughput(*_load(running, "http", port=running.port, clients=8, cut=1, path=path,
+                              body=GIB))
+
+
+def _ftp_large(running: Running) -> dict[str, float]:
+    return _throughput(*_load(running, "ftp-downloads", **running.ftp(), clients=8, cut=1,
+                              path=running.fixtures.file(GIB), body=GIB))
+
+
+def _sessions(running: Running) -> dict[str, float]:
+    figures, cpu = _load(running, "ftp-sessions", **running.ftp(), clients=16,
+                         path=running.fixtures.file(KIB), body=KIB)
+    return _per_second(figures, cpu)
+
+
+def _per_unit(figures: dict, cpu: float) -> dict[str, float]:
+    return {"time": figures["p50"] * MS, "cpu": cpu / figures["units"] * MS}
+
+
+def _index(entries: int) -> Callable[[Running], dict[str, float]]:
+    def once(running: Running) -> dict[str, float]:
+        path = f"/{running.fixtures.directory(entries)}/"
+        return _per_unit(*_load(running, "http", port=running.port, clients=1, path=path))
+
+    return once
+
+
+def _listing(entries: int) -> Callable[[Running], dict[str, float]]:
+    def once(running: Running) -> dict[str, float]:
+        path = running.fixtures.directory(entries)
+        return _per_unit(*_load(running, "ftp-listings", **running.ftp(), clients=1, path=path))
+
+    return once
+
+
+def _http_idle(running: Running) -> dict[str, float]:
+    path = "/" + running.fixtures.file(KIB)
+    _warm_up(running, path)
+    return _memory(running, "http-idle", port=running.port, path=path, clients=IDLE_CLIENTS)
+
+
+def _ftp_idle(running: Running) -> dict[str, float]:
+    running.driver.run("ftp-sessions", **running.ftp(), clients=1, units=4, seconds=10,
+                       path=running.fixtures.file(KIB))
+    return _memory(running, "ftp-idle", **running.ftp(), clients=IDLE_CLIENTS)
+
+
+def _memory(running: Running, mode: str, **options: object) -> dict[str, float]:
+    before = running.process.memory_bytes()
+    with running.driver.held(mode, **options):
+        time.sleep(0.5)
+        return {"memory": (running.process.memory_bytes() - before) / IDLE_CLIENTS / KIB}
+
+
+def _stalled(running: Running) -> dict[str, float]:
+    small = "/" + running.fixtures.file(KIB)
+    large = "/" + running.fixtures.file(64 * MIB)
+    _warm_up(running, small)
+    unloaded = _latency(running, small)
+    before = running.process.memory_bytes()
+    with running.driver.held("http-stalled", port=running.port, path=large,
+                             clients=STALLED_CLIENTS):
+        time.sleep(1)
+        used = running.process.memory_bytes() - before
+        kernel = network.server_socket_memory(running.port)
+        loaded = _latency(running, small)
+    return {"memory": used / STALLED_CLIENTS / KIB, "kernel": kernel / STALLED_CLIENTS / KIB,
+            "slowdown": loaded / unloaded}
+
+
+def _warm_up(running: Running, path: str) -> None:
+    running.driver.run("http", port=running.port, path=path, clients=8, units=200, seconds=10)
+
+
+def _latency(running: Running, path: str) -> float:
+    figures = running.driver.run("http", port=running.port, path=path, clients=1, units=2000,
+                                 seconds=2)
+    return figures["p50"]
+
+
+def _rate(title: str, target: float, digits: int = 0) -> Column:
+    return Column("rate", title, higher_is_better=True, target=target, digits=digits)
+
+
+def _cpu(title: str, target: float, digits: int = 1) -> Column:
+    return Column("cpu", title, target=target, digits=digits)
+
+
+def _entry_measures() -> list[Measure]:
+    measures = []
+    for entries, index_target in ((1_000, 0.6), (10_000, 0.5), (100_000, 0.5)):
+        columns = [Column("time", "ms", target=index_target, digits=2),
+                   _cpu("CPU ms", index_target, 2)]
+        measures.append(Measure(f"http-index-{entries}", f"index page of {entries:,} entries",
+                                "http", columns, _index(entries)))
+    for entries in (1_000, 10_000, 100_000):
+        columns = [Column("time", "ms", target=0.6, digits=2), _cpu("CPU ms", 0.6, 2)]
+        measures.append(Measure(f"ftp-list-{entries}", f"LIST of {entries:,} entries", "ftp",
+                                columns, _listing(entries)))
+    return measures
+
+
+MEASURES = [
+    Measure("http-small", "new connection per request, 1 KiB file, 32 clients", "http",
+            [_rate("requests/s", 1.0), _cpu("CPU µs", 0.85)], _small),
+    Measure("http-ranges", "64 KiB ranges of a 1 GiB file, new connection each, 32 clients",
+            "http", [_rate("requests/s", 1.0), _cpu("CPU µs", 0.85)], _ranges),
+    Measure("http-large", "1 GiB file, 8 clients, server and driver on a processor each", "http",
+            [_rate("GiB/s", 1.2, 2), _cpu("CPU s/GiB", 0.8, 3)], _http_large, pinned=True),
+    *[measure for measure in _entry_measures() if measure.protocol == "http"],
+    Measure("ftp-large", "1 GiB file, 8 sessions, server and driver on a processor each", "ftp",
+            [_rate("GiB/s", 1.0, 2), _cpu("CPU s/GiB", 1.0, 3)], _ftp_large, pinned=True),
+    Measure("ftp-sessions", "login, EPSV, RETR of 1 KiB, QUIT, 16 at a time", "ftp",
+            [_rate("sessions/s", 3.0), _cpu("CPU µs", 0.33)], _sessions),
+    *[measure for measure in _entry_measures() if measure.protocol == "ftp"],
+    Measure("http-idle", f"{IDLE_CLIENTS:,} clients that sent half a head", "http",
+            [Column("memory", "KiB/client", limit=2.0, digits=2)], _http_idle, fresh=True),
+    Measure("ftp-idle", f"{IDLE_CLIENTS:,} clients logged in", "ftp",
+            [Column("memory", "KiB/client", limit=2.0, digits=2)], _ftp_idle, fresh=True),
+    Measure("http-stalled", f"{STALLED_CLIENTS} downloads of 64 MiB that nobody reads", "http",
+            [Column("memory", "KiB/client", limit=3.0, digits=2),
+             Column("kernel", "kernel KiB/client", limit=500.0, digits=0),
+             Column("slowdown", "fresh p50 / unloaded", limit=1.2, digits=2)],
+            _stalled, fresh=True),
+]

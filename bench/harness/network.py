@@ -1,0 +1,69 @@
+"""What the benchmark asks of the machine's network: free ports, and the kernel's memory for
+sockets."""
+
+import re
+import socket
+import subprocess
+import time
+from pathlib import Path
+
+TIME_WAIT = "06"
+# So many local ports in TIME_WAIT do not slow a bind to port 0 yet.
+HARMLESS = 4000
+TIME_WAIT_SECONDS = 60
+
+
+def free_port(start: int = 20000) -> int:
+    """Below the range from which the system chooses ports by itself."""
+    for port in range(start, _ephemeral_ports().start):
+        with socket.socket() as probe:
+            try:
+                probe.bind(("127.0.0.1", port))
+                return port
+            except OSError:
+                continue
+    raise RuntimeError("no free port")
+
+
+def wait_until_listening(port: int, has_ended, seconds: float = 20.0) -> bool:
+    deadline = time.monotonic() + seconds
+    while time.monotonic() < deadline and not has_ended():
+        with socket.socket() as probe:
+            if probe.connect_ex(("127.0.0.1", port)) == 0:
+                return True
+        time.sleep(0.02)
+    return False
+
+
+def wait_for_ports() -> None:
+    """Until earlier measures' ports have left TIME_WAIT: a bind to port 0, as each FTP transfer
+    makes one, takes milliseconds among 24,000 of them."""
+    deadline = time.monotonic() + TIME_WAIT_SECONDS + 5
+    while _ports_in_time_wait() > HARMLESS and time.monotonic() < deadline:
+        time.sleep(1)
+
+
+def server_socket_memory(port: int) -> int:
+    """Bytes of kernel memory that the server's ends of its connections hold (skmem in ss(8))."""
+    listed = subprocess.run(
+        ["ss", "-tmnH", "state", "established", f"( sport = :{port} )"],
+        capture_output=True, text=True, check=True).stdout
+    queues = re.findall(r"skmem:\(r(\d+),.*?,f(\d+),w(\d+)", listed)
+    return sum(int(number) for queue in queues for number in queue)
+
+
+def _ephemeral_ports() -> range:
+    first, last = Path("/proc/sys/net/ipv4/ip_local_port_range").read_text("ascii").split()
+    return range(int(first), int(last) + 1)
+
+
+def _ports_in_time_wait() -> int:
+    ephemeral = _ephemeral_ports()
+    ports = set()
+    for table in (Path("/proc/net/tcp"), Path("/proc/net/tcp6")):
+        for line in table.read_text("ascii").splitlines()[1:] if table.exists() else []:
+            _, local, _, state, *_ = line.split()
+            port = int(local.rpartition(":")[2], 16)
+            if state == TIME_WAIT and port in ephemeral:
+                ports.add(port)
+    return len(ports)

@@ -1,0 +1,116 @@
+"""Runs a measure with all its servers in rounds: A B C, B C A, ... so that what else happens on
+the machine hits all of them alike."""
+
+import os
+import sys
+from collections.abc import Callable
+from contextlib import ExitStack
+from dataclasses import dataclass
+from pathlib import Path
+
+from harness import network
+from harness.driver import Driver, LoadError
+from harness.fixtures import Fixtures
+from harness.measures import Measure, Running
+from harness.packages import PackageError
+from harness.peers import Place, Server
+from harness.processes import ServerProcess
+
+Figures = dict[str, list[dict[str, float]]]
+WARM_UP_SECONDS = 0.1
+
+
+@dataclass(frozen=True)
+class Effort:
+    rounds: int
+    seconds: float
+
+
+class Stage:
+    """Where servers and driver run."""
+
+    def __init__(self, folder: Path, driver: Path, fixtures: Fixtures, effort: Effort):
+        self._folder = folder
+        self._driver = Driver(driver)
+        self._fixtures = fixtures
+        self._effort = effort
+        self._failed: set[str] = set()
+
+    def measure(self, measure: Measure, servers: list[Server]) -> Figures:
+        """For each server its figures of each round; a server that fails is left out."""
+        if measure.protocol == "ftp":
+            network.wait_for_ports()
+        runner = _FreshRunner if measure.fresh else _StandingRunner
+        figures: Figures = {}
+        with ExitStack() as stack:
+            standing = {server.name: stack.enter_context(runner(self, measure, server))
+                        for server in servers}
+            for number in range(self._effort.rounds):
+                for server in _rotated(servers, number):
+                    self._round(measure, server, standing[server.name], figures)
+        return figures
+
+    def _round(self, measure: Measure, server: Server, runner: "_StandingRunner",
+               figures: Figures) -> None:
+        if (key := f"{measure.name} {server.name}") in self._failed:
+            return
+        try:
+            figures.setdefault(server.name, []).append(runner.once(self._effort.seconds))
+        except (LoadError, PackageError, OSError, RuntimeError) as error:
+            print(f"{key} left out: {error}", file=sys.stderr)
+            self._failed.add(key)
+            figures.pop(server.name, None)
+
+    def start(self, measure: Measure,
+              server: Server) -> tuple[ServerProcess, Callable[[float], Running]]:
+        """The server once it listens, and what to give to a round of so many seconds."""
+        place = Place(self._fixtures.folder, network.free_port(),
+                      self._folder / "work" / server.name)
+        start = server.prepare(self._folder / "peers", place)
+        processors = sorted(os.sched_getaffinity(0))
+        pinned = measure.pinned and len(processors) > 1
+        process = ServerProcess(start.command, place.work / "log", environment=start.environment,
+                                cpus=str(processors[0]) if pinned else "-")
+        driver = self._driver.pinned({processors[1]}) if pinned else self._driver
+        if not network.wait_until_listening(place.port, process.has_ended):
+            process.stop()
+            raise RuntimeError(f"{server.name} does not start: {process.log()}")
+        return process, lambda seconds: Running(process, start, place.port, driver,
+                                                self._fixtures, seconds)
+
+
+class _StandingRunner:
+    """Starts the server with its first round and keeps it."""
+
+    def __init__(self, stage: Stage, measure: Measure, server: Server):
+        self._stage = stage
+        self._measure = measure
+        self._server = server
+        self._process: ServerProcess | None = None
+
+    def __enter__(self) -> "_StandingRunner":
+        return self
+
+    def __exit__(self, *_: object) -> None:
+        if self._process:
+            self._process.stop()
+
+    def once(self, seconds: float) -> dict[str, float]:
+        if not self._process:
+            self._process, self._running = self._stage.start(self._measure, self._server)
+            self._measure.once(self._running(WARM_UP_SECONDS))
+        return self._measure.once(self._running(seconds))
+
+
+class _FreshRunner(_StandingRunner):
+    """Starts the server anew for each round."""
+
+    def once(self, seconds: float) -> dict[str, float]:
+        process, running = self._stage.start(self._measure, self._server)
+        with process:
+            return self._measure.once(running(seconds))
+
+
+def _rotated(servers: list[Server], by: int) -> list[Server]:
+    by %= len(servers)
+    return servers[by:] + servers[:by]
