@@ -127,7 +127,8 @@ std::optional<Type> SettingsFile::value(const std::string& key) const {
     const auto found = values_.find(key);
     if (found == values_.end()) return std::nullopt;
     const auto* const stored = std::get_if<Type>(&found->second);
-    return stored == nullptr ? std::nullopt : std::optional(*stored);
+    if (stored == nullptr) return std::nullopt;
+    return *stored;
 }
 
 std::optional<std::string> SettingsFile::string(const std::string& key) const {
