@@ -33,12 +33,6 @@ class ModelFixture : public testing::Test {
         return model;
     }
 
-    void startAndReport(ServerModel& model) {
-        model.start();
-        servers_.last()->onReady();
-        queue_->runPosted();
-    }
-
     const test::TemporaryFolder folder_;
     std::optional<std::string> lanAddress_ = "192.168.1.20";
     test::FakeServers servers_;

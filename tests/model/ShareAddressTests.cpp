@@ -1,7 +1,6 @@
 #include "ModelFixture.h"
 
 #include "model/CopyAction.h"
-#include "model/StatusText.h"
 
 namespace quorvel::model {
 
@@ -41,10 +40,6 @@ TEST(ShareAddressTest, WritesLinksAndJSON) {
     }
 }
 
-TEST(ShareAddressTest, RunningWithoutAnAddressSaysJustThat) {
-    EXPECT_EQ(statusText({State::Case::running}, ""), "Server running");
-}
-
 class CopyActionTest : public ModelFixture {
   protected:
     CopyActionTest() {
@@ -66,7 +61,9 @@ TEST_F(CopyActionTest, CopiesTheChosenTextWithTheAddressOfTheMoment) {
         R"({ "url": "http://10.1.1.1:8080/", "name": "bob", "pass": "" })";
     model_->setUseAuth(true);
     model_->setUsername("bob");
-    startAndReport(*model_);
+    model_->start();
+    servers_.last()->onReady();
+    queue_->runPosted();
     lanAddress_ = "10.1.1.1";
     for (const auto format : allCopyFormats)
         action_->chooseFormat(format);
@@ -86,17 +83,13 @@ TEST_F(CopyActionTest, CopiesTheChosenTextWithTheAddressOfTheMoment) {
     EXPECT_EQ(model_->primaryURL(), "http://bob@192.168.1.20:8080/");
 }
 
-TEST_F(CopyActionTest, CopiesNothingWhileNoServerRuns) {
-    action_->copyCurrentLink();
+TEST_F(CopyActionTest, ConfirmsUntilTheFirstCopysTimeIsUp) {
     model_->start();
     action_->chooseFormat(CopyFormat::localLine);
     EXPECT_EQ(model_->copyFormat(), CopyFormat::localLine);
-    EXPECT_TRUE(pasteboard_->texts.empty());
-    EXPECT_TRUE(changes_.empty());
-}
-
-TEST_F(CopyActionTest, ConfirmsUntilTheFirstCopysTimeIsUp) {
-    startAndReport(*model_);
+    EXPECT_TRUE(pasteboard_->texts.empty()) << "Nothing is copied before the server runs.";
+    servers_.last()->onReady();
+    queue_->runPosted();
     action_->copyCurrentLink();
     queue_->advance(1000ms);
     action_->copyCurrentLink();
