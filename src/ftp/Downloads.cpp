@@ -27,30 +27,25 @@ void FTPFileServer::startDownload(const SessionPtr& session, Download download,
     download.connection = claimDataConnection(*session);
     if (!download.connection) return;
     sendReply(*session, "150 Opening data connection for " + std::string(name) + ".\r\n");
-    sendNextChunk(session, std::move(download));
+    sendNextChunk(session, download);
 }
 
-void FTPFileServer::sendNextChunk(const SessionPtr& session, Download download) {
-    const ConnectionPtr connection = download.connection;
-    const auto file = download.file;
-    connection->sendFile(
-        file, download.offset, server::downloadChunkSize,
-        server::weakly(weak_from_this(),
-                       [session, download = std::move(download)](
-                           FTPFileServer& self, std::error_code error, std::size_t count) mutable {
-                           self.chunkSent(session, std::move(download), error, count);
-                       }),
-        platform::MoreToSend::yes);
+void FTPFileServer::sendNextChunk(const SessionPtr& session, const Download& download) {
+    auto sent = [session, download](FTPFileServer& self, std::error_code error, std::size_t count) {
+        self.chunkSent(session, download, error, count);
+    };
+    download.connection->sendFile(download.file, download.offset, server::downloadChunkSize,
+                                  server::weakly(weak_from_this(), std::move(sent)),
+                                  platform::MoreToSend::yes);
 }
 
-void FTPFileServer::chunkSent(const SessionPtr& session, Download download, std::error_code error,
-                              std::size_t count) {
+void FTPFileServer::chunkSent(const SessionPtr& session, const Download& download,
+                              std::error_code error, std::size_t count) {
     if (!error && count == server::downloadChunkSize) {
-        download.offset += static_cast<std::int64_t>(count);
-        return sendNextChunk(session, std::move(download));
+        const auto next = download.offset + static_cast<std::int64_t>(count);
+        return sendNextChunk(session, {download.connection, download.file, next});
     }
     // Fewer bytes without an error: the end of the file, or a read that failed.
-    download.file.reset();
     finishDataConnection(*session, download.connection);
     sendReply(*session, error ? "426 Transfer failed.\r\n" : "226 Transfer complete.\r\n");
 }

@@ -21,7 +21,7 @@ constexpr std::chrono::milliseconds turnTime{10};
 } // namespace
 
 std::shared_ptr<FTPFileServer>
-FTPFileServer::create(std::string root, std::uint16_t port,
+FTPFileServer::create(const std::string& root, std::uint16_t port,
                       std::optional<server::Credentials> credentials) {
     return std::shared_ptr<FTPFileServer>(
         new FTPFileServer(server::standardizedPath(root), port, std::move(credentials)));

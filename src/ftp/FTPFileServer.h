@@ -39,7 +39,7 @@ class FTPFileServer final : public server::FolderServer,
     static constexpr std::size_t waitingReplyLimit = 65536;
 
     /// Without credentials access is open.
-    static std::shared_ptr<FTPFileServer> create(std::string root, std::uint16_t port,
+    static std::shared_ptr<FTPFileServer> create(const std::string& root, std::uint16_t port,
                                                  std::optional<server::Credentials> credentials);
 
     /// Stops; on any thread, the queue's own too.
@@ -168,8 +168,8 @@ class FTPFileServer final : public server::FolderServer,
     // Downloads.cpp: RETR and the facts of a file.
     void handleRetrieve(const SessionPtr& session, std::string_view argument);
     void startDownload(const SessionPtr& session, Download download, std::string_view name);
-    void sendNextChunk(const SessionPtr& session, Download download);
-    void chunkSent(const SessionPtr& session, Download download, std::error_code error,
+    void sendNextChunk(const SessionPtr& session, const Download& download);
+    void chunkSent(const SessionPtr& session, const Download& download, std::error_code error,
                    std::size_t count);
     void handleSize(const SessionPtr& session, std::string_view argument);
     void handleModificationTime(const SessionPtr& session, std::string_view argument);

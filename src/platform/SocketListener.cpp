@@ -39,9 +39,11 @@ Result<std::shared_ptr<Listener>> Listener::create(std::uint16_t port) {
     if (!socket) return failure();
     if (family == AF_INET6) setOption(socket.number(), IPPROTO_IPV6, IPV6_V6ONLY, 0);
     setOption(socket.number(), SOL_SOCKET, SO_REUSEADDR, 1);
-    // Accepted sockets inherit both from their listener, which saves two calls for each.
+    // Accepted sockets inherit these from their listener, which saves the calls for each.
     setOption(socket.number(), IPPROTO_TCP, TCP_NODELAY, 1);
     setOption(socket.number(), IPPROTO_TCP, TCP_NOTSENT_LOWAT, unsentLimit);
+    // FTP clients send ABOR as urgent data, whose last byte would otherwise be lost (RFC 6093).
+    setOption(socket.number(), SOL_SOCKET, SO_OOBINLINE, 1);
     return std::make_shared<SocketListener>(std::move(socket), family, port);
 }
 
@@ -89,6 +91,11 @@ void SocketListener::start(WorkQueue& queue) {
 }
 
 void SocketListener::acceptOn(const std::shared_ptr<Loop>& loop) {
+    {
+        const std::lock_guard lock(mutex_);
+        if (!handlers_) return;
+        isWatched_ = true;
+    }
     try {
         std::make_shared<Acceptor>(shared_from_this(), loop)->start();
     } catch (const std::system_error& error) {
@@ -107,6 +114,9 @@ void SocketListener::cancel() {
         const std::lock_guard lock(mutex_);
         if (!handlers_) return;
         handlers_.reset();
+        // Nobody closes it sooner: a client that asks for one listener after the other must not
+        // hold a descriptor for each until the loops have come round.
+        if (!isWatched_) return socket_.reset();
     }
     // Closing is up to the last thread that watches the socket; this stops the listening now,
     // and wakes those threads (shutdown(2) on a listener frees its port for a new bind).

@@ -139,6 +139,9 @@ TEST_F(FTPCommands, LinesAreFramedHoweverTheyArrive) {
         {{std::string(5000, 'x') + "\nNOOP\n"}, notImplemented + ok},
         {{"QUIT\r\nNOOP\r\nSYST\r\n"}, "221 Goodbye.\r\n" + ok + syst},
     };
+    FTPClient urgent(port);
+    ::send(urgent.descriptor(), "ABOR\r\n", 6, MSG_OOB);
+    EXPECT_EQ(urgent.ask("SYST", syst), ok + syst);
     for (const auto& [segments, replies] : cases) {
         FTPClient client(port);
         for (const auto& segment : segments) {
