@@ -44,6 +44,8 @@ class SocketListener final : public Listener, public std::enable_shared_from_thi
     std::atomic<bool> ready_ = false;
     mutable std::mutex mutex_;
     std::shared_ptr<ListenerHandlers> handlers_;
+    /// Whether a loop has taken the socket up; guarded by the mutex.
+    bool isWatched_ = false;
 };
 
 /// One thread's share in a listener: takes clients as they come and keeps them on its loop.
