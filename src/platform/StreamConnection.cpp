@@ -16,6 +16,9 @@ namespace {
 // A fast client must not keep the thread from the others: 16 steps are 4 MiB of a download.
 constexpr int stepsPerTurn = 16;
 
+// Waiting texts are joined up to here; what is sent of a text is freed only with all of it.
+constexpr std::size_t joinedTextLimit = 4096;
+
 std::error_code posixError(int code) {
     return {code, std::generic_category()};
 }
@@ -70,6 +73,7 @@ void StreamConnection::finish(SendHandler handler) {
 }
 
 void StreamConnection::enqueue(Outgoing item) {
+    if (!ended_ && joinLast(item)) return;
     // The network is asked at once, only the report comes later.
     if (!ended_ && outgoing_.empty()) {
         const Progress progress = attempt(item);
@@ -81,6 +85,17 @@ void StreamConnection::enqueue(Outgoing item) {
     bytesWaiting_ += item.text.size() - (item.file ? 0 : item.done);
     outgoing_.push_back(std::move(item));
     schedule();
+}
+
+// A peer that does not read should cost what waits for it, not a list node for every few bytes.
+bool StreamConnection::joinLast(const Outgoing& item) {
+    if (outgoing_.empty() || !item.isPlainText()) return false;
+    Outgoing& last = outgoing_.back();
+    if (!last.isPlainText() || last.text.size() + item.text.size() > joinedTextLimit) return false;
+    last.text += item.text;
+    last.more = item.more;
+    bytesWaiting_ += item.text.size();
+    return true;
 }
 
 void StreamConnection::schedule() {
@@ -121,6 +136,7 @@ bool StreamConnection::sendStep() {
     if (!next.file && !next.complete) bytesWaiting_ -= next.done - before;
     if (progress == Progress::failed) return false;
     if (progress == Progress::wouldBlock) {
+        next.doneBeforeWait = next.done;
         waitFor(Direction::outgoing);
         return false;
     }
@@ -170,7 +186,9 @@ StreamConnection::Progress StreamConnection::attemptFile(Outgoing& item) {
             continue;
         }
         if (errno == EINTR) continue;
-        if (wouldBlock(errno)) return Progress::wouldBlock;
+        // Still nothing goes after a wait for the socket: then it may be the file that has
+        // nothing to give now, and more waiting for the socket would be a spin.
+        if (wouldBlock(errno) && item.doneBeforeWait != item.done) return Progress::wouldBlock;
         return copyFile(item);
     }
     return Progress::complete;

@@ -44,16 +44,20 @@ class StreamConnection final : public Connection,
         std::int64_t offset = 0;
         std::size_t count = 0;
         std::size_t done = 0;
+        std::optional<std::size_t> doneBeforeWait;
         MoreToSend more = MoreToSend::no;
         bool closesDirection = false;
         bool complete = false;
         SendHandler handler;
         FileHandler fileHandler;
 
+        /// Text that nobody waits for.
+        bool isPlainText() const { return !file && !closesDirection && !handler; }
         void report(std::error_code error);
     };
 
     void enqueue(Outgoing item);
+    bool joinLast(const Outgoing& item);
     void schedule();
     bool sendStep();
     bool receiveStep();
