@@ -1,10 +1,12 @@
 #include "support/SocketClient.h"
 #include "support/TemporaryFolder.h"
 
+#include "ftp/FTPFixture.h"
 #include "http/HTTPFileServer.h"
 #include "platform/Confinement.h"
 
 #include <atomic>
+#include <csignal>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -55,23 +57,40 @@ class Escape : public testing::Test {
     ~Escape() override {
         firstWallStands = true;
         platform::setConfinementEnabled(true);
+        stop();
+    }
+
+    template <class Server>
+    void serve() {
+        if (server_) return;
+        port_ = freePort();
+        server_ = Server::create(share_.path(), port_, std::nullopt);
+        EXPECT_TRUE(server_->start());
+    }
+    void stop() {
         if (server_) server_->stop();
+        server_.reset();
     }
 
     std::string get(const std::string& path) {
-        if (!server_) {
-            port_ = freePort();
-            server_ = http::HTTPFileServer::create(share_.path(), port_, std::nullopt);
-            EXPECT_TRUE(server_->start());
-        }
+        serve<http::HTTPFileServer>();
         SocketClient client(port_);
         client.send("GET " + path + " HTTP/1.1\r\n\r\n");
         return client.receiveAll();
     }
 
+    /// The reply, or what a transfer brings when one begins.
+    std::string ask(const std::string& command) {
+        serve<ftp::FTPFileServer>();
+        ftp::FTPClient client(port_);
+        SocketClient data = client.loggedIn().openData();
+        const std::string reply = client.ask(command);
+        return reply.starts_with("150") ? data.receiveAll() : reply;
+    }
+
     TemporaryFolder outside_;
     TemporaryFolder share_;
-    std::shared_ptr<http::HTTPFileServer> server_;
+    std::shared_ptr<server::FolderServer> server_;
     std::uint16_t port_ = 0;
 };
 
@@ -110,6 +129,18 @@ TEST_F(Escape, theSecondWallHoldsWhereTheFirstIsMissing) {
     EXPECT_THAT(get("/folder/"), testing::Not(testing::HasSubstr("secret")));
 }
 
+TEST_F(Escape, theSecondWallHoldsForFtpWhereTheFirstIsMissing) {
+    if (!confinementWorks()) GTEST_SKIP() << "this kernel has no Landlock";
+    firstWallStands = false;
+    EXPECT_EQ(ask("RETR inside.txt"), "shared"); // over a listener made by a confined thread
+    EXPECT_EQ(ask("RETR file"), "550 File not found.\r\n");
+    EXPECT_EQ(ask("RETR folder/secret.txt"), "550 File not found.\r\n");
+    EXPECT_EQ(ask("LIST folder"), "");
+    EXPECT_EQ(ask("NLST folder"), "");
+    // The limit of this wall: the size of a file is no content to Landlock.
+    EXPECT_EQ(ask("SIZE file"), "213 " + std::to_string(std::string_view(secret).size()) + "\r\n");
+}
+
 TEST_F(Escape, theFirstWallHoldsWhereTheSecondIsMissing) {
     platform::setConfinementEnabled(false);
     EXPECT_THAT(get("/inside.txt"), testing::EndsWith("shared"));
@@ -117,11 +148,35 @@ TEST_F(Escape, theFirstWallHoldsWhereTheSecondIsMissing) {
     EXPECT_THAT(get("/folder/secret.txt"), testing::EndsWith("Not Found"));
 }
 
+TEST_F(Escape, theFirstWallHoldsForFtpWhereTheSecondIsMissing) {
+    platform::setConfinementEnabled(false);
+    EXPECT_EQ(ask("RETR inside.txt"), "shared");
+    EXPECT_EQ(ask("RETR file"), "550 File not found.\r\n");
+    EXPECT_EQ(ask("SIZE file"), "550 Could not get file size.\r\n");
+    EXPECT_EQ(ask("MDTM folder/secret.txt"), "550 Could not get modification time.\r\n");
+    EXPECT_EQ(ask("LIST folder"), "550 No such file or directory.\r\n");
+    EXPECT_EQ(ask("CWD folder"), "550 Failed to change directory.\r\n");
+}
+
 TEST_F(Escape, isRealWithoutBoth) {
     platform::setConfinementEnabled(false);
     firstWallStands = false;
     EXPECT_THAT(get("/file"), testing::EndsWith(secret));
     EXPECT_THAT(get("/folder/"), testing::HasSubstr("secret.txt"));
+    stop();
+    EXPECT_EQ(ask("RETR file"), secret);
+    EXPECT_EQ(ask("NLST folder"), "secret.txt\r\n");
+}
+
+TEST_F(Escape, aFolderMadeAnewIsServedOnlyByTheNextStart) {
+    if (!confinementWorks()) GTEST_SKIP() << "this kernel has no Landlock";
+    EXPECT_THAT(get("/inside.txt"), testing::EndsWith("shared"));
+    std::filesystem::remove_all(share_.path());
+    EXPECT_THAT(get("/inside.txt"), testing::EndsWith("Not Found"));
+    share_.write("inside.txt", "new");
+    EXPECT_THAT(get("/inside.txt"), testing::EndsWith("Cannot open file"));
+    stop();
+    EXPECT_THAT(get("/inside.txt"), testing::EndsWith("new"));
 }
 
 TEST_F(Escape, aConfinedThreadChangesNothingAndReachesNobody) {
@@ -148,11 +203,14 @@ TEST_F(Escape, aConfinedThreadChangesNothingAndReachesNobody) {
         expectDenied("make a FIFO", mkfifo(other.c_str(), 0600));
         expectDenied("rename", rename(inside.c_str(), other.c_str()));
         expectDenied("remove", unlink(inside.c_str()));
-        if (platform::supportedConfinement() == platform::ConfinementLevel::filesAndNetwork) {
+        if (platform::supportedConfinement() >= platform::ConfinementLevel::filesAndNetwork) {
+            expectDenied("truncate", truncate(inside.c_str(), 0));
             expectDenied("connect", connectTo(port_));
             expectDenied("bind to a port", bindTo(freePort()));
             if (bindTo(0) < 0) allowed.emplace_back("not even a bind to port 0");
         }
+        if (platform::supportedConfinement() >= platform::ConfinementLevel::filesNetworkAndSignals)
+            expectDenied("signal", kill(getppid(), 0));
         outcome.set_value(allowed);
     });
     EXPECT_THAT(outcome.get_future().get(), testing::IsEmpty());
