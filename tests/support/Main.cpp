@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace {
 
@@ -28,6 +29,8 @@ int main(int argumentCount, char** arguments) {
     // A sanitizer's report from a confined thread has no symbols; this brings them back.
     if (std::getenv("QUORVEL_TEST_UNCONFINED") != nullptr)
         quorvel::platform::setConfinementEnabled(false);
+    // ThreadSanitizer starts a thread of its own with the first one, and tests count threads.
+    std::thread([] {}).join();
     testing::InitGoogleTest(&argumentCount, arguments);
     const int result = RUN_ALL_TESTS();
     if (!quorvel::platform::WorkQueue::waitUntilAllEnded(std::chrono::seconds(5))) {
