@@ -1,0 +1,24 @@
+#pragma once
+
+#include "model/ServerModel.h"
+
+#include <QGroupBox>
+#include <QPushButton>
+
+namespace quorvel::ui {
+
+class ElidedLabel;
+
+/// "Shared Folder": which one, and the way to choose another.
+class FolderGroup final : public QGroupBox {
+  public:
+    FolderGroup(std::shared_ptr<model::ServerModel> model, QWidget* parent);
+    void refresh();
+
+  private:
+    const std::shared_ptr<model::ServerModel> model_;
+    ElidedLabel* folderText_;
+    QPushButton* chooseButton_;
+};
+
+} // namespace quorvel::ui

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "model/CopyAction.h"
+#include "model/ServerModel.h"
+
+#include <QGroupBox>
+#include <QPlainTextEdit>
+#include <QPushButton>
+
+namespace quorvel::ui {
+
+class Picker;
+
+/// "Info": what the model says, and the row that copies the share texts.
+class InfoGroup final : public QGroupBox {
+  public:
+    InfoGroup(std::shared_ptr<model::ServerModel> model,
+              std::shared_ptr<model::CopyAction> copyAction, QWidget* parent);
+    void refresh();
+
+  protected:
+    void changeEvent(QEvent* event) override;
+
+  private:
+    void prepareInfoText();
+    void prepareCopyRow();
+    void arrange();
+    void refreshCopyLabel();
+    void showCopyLabel(const char* iconName, const char* text);
+
+    const std::shared_ptr<model::ServerModel> model_;
+    const std::shared_ptr<model::CopyAction> copyAction_;
+    QPlainTextEdit* infoText_;
+    QWidget* copyRow_;
+    Picker* copyFormat_;
+    QPushButton* copyButton_;
+};
+
+} // namespace quorvel::ui

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "model/Pasteboard.h"
+
+namespace quorvel::ui {
+
+/// The desktop's clipboard.
+class QtPasteboard final : public model::Pasteboard {
+  public:
+    void setText(const std::string& text) override;
+};
+
+} // namespace quorvel::ui

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "model/ServerModel.h"
+
+#include <QCheckBox>
+#include <QGroupBox>
+#include <QLineEdit>
+
+namespace quorvel::ui {
+
+class Picker;
+class PortField;
+
+/// "Server": what is served how; as a whole out of reach while a server is active.
+class ServerGroup final : public QGroupBox {
+  public:
+    ServerGroup(std::shared_ptr<model::ServerModel> model, QWidget* parent);
+    void refresh();
+
+  private:
+    void nameFields();
+    void storeEdits();
+    void arrange();
+
+    const std::shared_ptr<model::ServerModel> model_;
+    Picker* serverType_;
+    PortField* port_;
+    QCheckBox* useAuth_;
+    QLineEdit* username_;
+    QLineEdit* password_;
+};
+
+} // namespace quorvel::ui

@@ -1,0 +1,110 @@
+#include "ui/SettingsWindow.h"
+
+#include "ui/AboutGroup.h"
+#include "ui/Appearance.h"
+#include "ui/FolderGroup.h"
+#include "ui/InfoGroup.h"
+#include "ui/ServerGroup.h"
+#include "ui/StartButton.h"
+
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QScreen>
+#include <QVBoxLayout>
+
+namespace quorvel::ui {
+
+namespace {
+
+constexpr int windowWidth = 460;
+constexpr int padding = 20;
+constexpr int spacing = 16;
+
+} // namespace
+
+SettingsWindow::SettingsWindow(std::shared_ptr<model::ServerModel> model,
+                               std::shared_ptr<model::CopyAction> copyAction,
+                               const QString& version)
+    : model_(std::move(model)), copyAction_(std::move(copyAction)),
+      folder_(new FolderGroup(model_, this)), server_(new ServerGroup(model_, this)),
+      startButton_(new StartButton(model_, this)), info_(new InfoGroup(model_, copyAction_, this)) {
+    setWindowTitle("Quorvel Server");
+    // Not as a dialog, which window managers keep out of their lists and cannot minimise.
+    setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
+                   Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint |
+                   Qt::WindowCloseButtonHint);
+    setPalette(secondaryTextPalette(palette()));
+    arrange(version);
+    subscription_ = model_->onChange([this] { refresh(); });
+    copyAction_->onChange = [this] { refresh(); };
+    refresh();
+}
+
+SettingsWindow::~SettingsWindow() {
+    copyAction_->onChange = nullptr;
+}
+
+void SettingsWindow::arrange(const QString& version) {
+    auto* heading = plainLabel("Folder Server", this);
+    heading->setFont(scaledFont(heading->font(), textSize::title, QFont::Bold));
+    heading->setFixedWidth(windowWidth - 2 * padding);
+
+    auto* stack = new QVBoxLayout(this);
+    stack->setContentsMargins(padding, padding, padding, padding);
+    stack->setSpacing(spacing);
+    stack->setSizeConstraint(QLayout::SetFixedSize);
+    stack->addWidget(heading);
+    stack->addWidget(folder_);
+    stack->addWidget(server_);
+    stack->addWidget(startButton_);
+    stack->addWidget(info_);
+    stack->addWidget(new AboutGroup(version, this));
+}
+
+void SettingsWindow::refresh() {
+    folder_->refresh();
+    server_->refresh();
+    startButton_->refresh();
+    info_->refresh();
+}
+
+void SettingsWindow::reject() {
+    close();
+}
+
+void SettingsWindow::changeEvent(QEvent* event) {
+    QDialog::changeEvent(event);
+    if (event->type() == QEvent::ApplicationPaletteChange)
+        setPalette(secondaryTextPalette(QGuiApplication::palette()));
+}
+
+void SettingsWindow::closeEvent(QCloseEvent* event) {
+    switch (closing ? closing() : Closing::hides) {
+    case Closing::hides:
+        return event->accept();
+    case Closing::minimises:
+        event->ignore();
+        return showMinimized();
+    case Closing::quits:
+        event->accept();
+        if (onQuit) onQuit();
+    }
+}
+
+// A key held down would start and stop in turn.
+void SettingsWindow::keyPressEvent(QKeyEvent* event) {
+    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (isReturn && event->isAutoRepeat()) return;
+    QDialog::keyPressEvent(event);
+}
+
+void SettingsWindow::showEvent(QShowEvent* event) {
+    QDialog::showEvent(event);
+    if (std::exchange(wasPlaced_, true)) return;
+    const QRect available = screen()->availableGeometry();
+    move(available.center() - QPoint(width(), height()) / 2);
+}
+
+} // namespace quorvel::ui

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "model/CopyAction.h"
+#include "model/ServerModel.h"
+
+#include <QDialog>
+#include <functional>
+
+namespace quorvel::ui {
+
+class FolderGroup;
+class InfoGroup;
+class ServerGroup;
+class StartButton;
+
+/// What the user's closing of the window does.
+enum class Closing { hides, minimises, quits };
+
+/// Every control edits the model at once; there is nothing to apply or cancel. A dialog, because
+/// only there Return presses the default button.
+class SettingsWindow final : public QDialog {
+  public:
+    SettingsWindow(std::shared_ptr<model::ServerModel> model,
+                   std::shared_ptr<model::CopyAction> copyAction, const QString& version);
+    ~SettingsWindow() override;
+
+    /// Asked whenever the user closes the window.
+    std::function<Closing()> closing;
+    /// Called when closing it ends the program.
+    std::function<void()> onQuit;
+
+    /// Escape closes it, as the button in its frame does.
+    void reject() override;
+
+  protected:
+    void changeEvent(QEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+
+  private:
+    void arrange(const QString& version);
+    void refresh();
+
+    const std::shared_ptr<model::ServerModel> model_;
+    const std::shared_ptr<model::CopyAction> copyAction_;
+    FolderGroup* folder_;
+    ServerGroup* server_;
+    StartButton* startButton_;
+    InfoGroup* info_;
+    model::Subscription subscription_;
+    bool wasPlaced_ = false;
+};
+
+} // namespace quorvel::ui

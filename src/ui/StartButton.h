@@ -1,0 +1,24 @@
+#pragma once
+
+#include "model/ServerModel.h"
+
+#include <QPushButton>
+
+namespace quorvel::ui {
+
+/// Starts the server or, in red, stops it. Draws itself, because few styles keep to a colour.
+class StartButton final : public QPushButton {
+  public:
+    StartButton(std::shared_ptr<model::ServerModel> model, QWidget* parent);
+    void refresh();
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+
+  private:
+    QColor background() const;
+
+    const std::shared_ptr<model::ServerModel> model_;
+};
+
+} // namespace quorvel::ui

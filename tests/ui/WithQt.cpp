@@ -1,0 +1,28 @@
+#include "ui/Resources.h"
+
+#include <QApplication>
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace {
+
+/// One QApplication around all tests, on Qt's platform without a screen.
+class WithQt final : public testing::Environment {
+  public:
+    void SetUp() override {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        static int count = 1;
+        static char name[] = "ui_tests";
+        static char* arguments[] = {name, nullptr};
+        application_ = std::make_unique<QApplication>(count, arguments);
+        quorvel::ui::loadResources();
+    }
+    void TearDown() override { application_.reset(); }
+
+  private:
+    std::unique_ptr<QApplication> application_;
+};
+
+[[maybe_unused]] auto* const withQt = testing::AddGlobalTestEnvironment(new WithQt);
+
+} // namespace
