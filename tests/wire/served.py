@@ -25,6 +25,7 @@ class ServedFolder(unittest.TestCase):
     protocol = "http"
     login = ()
     environment = {}
+    launcher = ()  # stands before the server's command and must end as that process
 
     @classmethod
     def fill(cls, folder):
@@ -38,7 +39,7 @@ class ServedFolder(unittest.TestCase):
         cls.folder.mkdir()
         cls.fill(cls.folder)
         cls.port = free_port()
-        command = [SERVE, "--type", cls.protocol, "--folder", str(cls.folder)]
+        command = [*cls.launcher, SERVE, "--type", cls.protocol, "--folder", str(cls.folder)]
         command += ["--port", str(cls.port)]
         if cls.login:
             command += ["--user", cls.login[0], "--pass", cls.login[1]]

@@ -1,0 +1,33 @@
+#include "FakeNetwork.h"
+#include "Fuzz.h"
+#include "FuzzFolder.h"
+
+#include "http/HTTPFileServer.h"
+
+using namespace quorvel;
+
+/// The bytes of a connection; byte 1 ends a segment.
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const auto server = http::HTTPFileServer::create(test::fuzzFolder(), 8080, std::nullopt);
+    FUZZ_EXPECT(server->start());
+    auto client = test::FakeNetwork::newestListener()->connect();
+    std::string_view input = test::textOf(data, size);
+    while (!input.empty()) {
+        client->deliver(test::takePart(input, '\1'));
+        test::FakeNetwork::runTasks();
+    }
+    client->deliver({}, true);
+    test::FakeNetwork::runTasks();
+    server->stop();
+
+    const std::string_view answer = client->sent;
+    const auto headEnd = answer.find("\r\n\r\n");
+    FUZZ_EXPECT(answer.empty() || answer.starts_with("HTTP/1.1 "));
+    FUZZ_EXPECT(answer.empty() || headEnd != std::string_view::npos);
+    FUZZ_EXPECT(answer.empty() || answer.substr(0, headEnd).ends_with("Connection: close"));
+    FUZZ_EXPECT(!answer.contains(test::fuzzSecret));
+    client.reset();
+    test::FakeNetwork::runTasks();
+    FUZZ_EXPECT(test::FakeConnection::alive == 0);
+    return 0;
+}
