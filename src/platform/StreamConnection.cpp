@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <sys/sendfile.h>
 #include <sys/socket.h>
 
 namespace quorvel::platform {
@@ -76,13 +75,10 @@ void StreamConnection::enqueue(Outgoing item) {
     if (!ended_ && joinLast(item)) return;
     // The network is asked at once, only the report comes later.
     if (!ended_ && outgoing_.empty()) {
-        const Progress progress = attempt(item);
-        if (progress == Progress::complete) {
-            if (!item.handler && !item.fileHandler) return;
-            item.complete = true;
-        }
+        item.complete = attempt(item) == Outgoing::Progress::complete;
+        if (item.complete && !item.isAwaited()) return;
     }
-    bytesWaiting_ += item.text.size() - (item.file ? 0 : item.done);
+    bytesWaiting_ += item.waiting();
     outgoing_.push_back(std::move(item));
     schedule();
 }
@@ -131,11 +127,11 @@ void StreamConnection::leaveWhenIdle() {
 bool StreamConnection::sendStep() {
     if (outgoing_.empty() || writeWaiting_) return false;
     Outgoing& next = outgoing_.front();
-    const std::size_t before = next.done;
-    const Progress progress = next.complete ? Progress::complete : attempt(next);
-    if (!next.file && !next.complete) bytesWaiting_ -= next.done - before;
-    if (progress == Progress::failed) return false;
-    if (progress == Progress::wouldBlock) {
+    const std::size_t before = next.waiting();
+    const auto progress = next.complete ? Outgoing::Progress::complete : attempt(next);
+    bytesWaiting_ -= before - next.waiting();
+    if (progress == Outgoing::Progress::failed) return false;
+    if (progress == Outgoing::Progress::wouldBlock) {
         next.doneBeforeWait = next.done;
         waitFor(Direction::outgoing);
         return false;
@@ -146,73 +142,13 @@ bool StreamConnection::sendStep() {
     return true;
 }
 
-StreamConnection::Progress StreamConnection::attempt(Outgoing& item) {
-    if (item.closesDirection) {
-        shutdown(socket_.number(), SHUT_WR);
-        return Progress::complete;
-    }
+Outgoing::Progress StreamConnection::attempt(Outgoing& item) {
     // sendfile(2) takes no flag for what follows, so a file corks the socket instead.
     if (item.file && item.more == MoreToSend::yes) setCork(true);
-    const Progress progress = item.file ? attemptFile(item) : attemptText(item);
-    if (progress == Progress::complete && item.more == MoreToSend::no) setCork(false);
+    const auto progress = item.proceed(socket_.number(), loop_->buffer());
+    if (progress == Outgoing::Progress::failed) end(posixError(errno), PeerInput::done);
+    if (progress == Outgoing::Progress::complete && item.more == MoreToSend::no) setCork(false);
     return progress;
-}
-
-StreamConnection::Progress StreamConnection::attemptText(Outgoing& item) {
-    const int flags = MSG_NOSIGNAL | (item.more == MoreToSend::yes ? MSG_MORE : 0);
-    while (item.done < item.text.size()) {
-        const ssize_t count = ::send(socket_.number(), item.text.data() + item.done,
-                                     item.text.size() - item.done, flags);
-        if (count >= 0) {
-            item.done += static_cast<std::size_t>(count);
-            continue;
-        }
-        if (errno == EINTR) continue;
-        if (wouldBlock(errno)) return Progress::wouldBlock;
-        end(posixError(errno), PeerInput::done);
-        return Progress::failed;
-    }
-    return Progress::complete;
-}
-
-StreamConnection::Progress StreamConnection::attemptFile(Outgoing& item) {
-    while (item.done < item.count) {
-        off_t offset = item.offset + static_cast<off_t>(item.done);
-        const ssize_t count =
-            ::sendfile(socket_.number(), item.file->descriptor(), &offset, item.count - item.done);
-        if (count == 0) return Progress::complete;
-        if (count > 0) {
-            item.done += static_cast<std::size_t>(count);
-            continue;
-        }
-        if (errno == EINTR) continue;
-        // Still nothing goes after a wait for the socket: then it may be the file that has
-        // nothing to give now, and more waiting for the socket would be a spin.
-        if (wouldBlock(errno) && item.doneBeforeWait != item.done) return Progress::wouldBlock;
-        return copyFile(item);
-    }
-    return Progress::complete;
-}
-
-// Tells whose fault it was when sendfile gave an error: a read that fails ends the file, a send
-// that fails ends the connection. It also serves file systems that sendfile refuses.
-StreamConnection::Progress StreamConnection::copyFile(Outgoing& item) {
-    while (item.done < item.count) {
-        const auto space =
-            loop_->buffer().first(std::min(loop_->buffer().size(), item.count - item.done));
-        const auto got = item.file->read(item.offset + static_cast<std::int64_t>(item.done), space);
-        if (!got || *got == 0) return Progress::complete;
-        const ssize_t count = ::send(socket_.number(), space.data(), *got, MSG_NOSIGNAL);
-        if (count >= 0) {
-            item.done += static_cast<std::size_t>(count);
-            continue;
-        }
-        if (errno == EINTR) continue;
-        if (wouldBlock(errno)) return Progress::wouldBlock;
-        end(posixError(errno), PeerInput::done);
-        return Progress::failed;
-    }
-    return Progress::complete;
 }
 
 void StreamConnection::setCork(bool corked) {
@@ -295,11 +231,6 @@ void StreamConnection::reportEnd() {
     bytesWaiting_ = 0;
     if (auto handler = std::exchange(endHandler_, {})) handler(failure_);
     dropHandlers();
-}
-
-void StreamConnection::Outgoing::report(std::error_code error) {
-    if (handler) handler(error);
-    if (fileHandler) fileHandler(error, done);
 }
 
 Descriptor StreamConnection::takeSocket() {

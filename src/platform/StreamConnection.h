@@ -3,6 +3,7 @@
 #include "platform/Connection.h"
 #include "platform/Descriptor.h"
 #include "platform/Loop.h"
+#include "platform/Outgoing.h"
 
 #include <list>
 
@@ -34,37 +35,14 @@ class StreamConnection final : public Connection,
     void closeWithLoop() override;
 
   private:
-    enum class Progress { complete, wouldBlock, failed };
     enum class Direction { incoming, outgoing };
-
-    /// One send: text, or a piece of a file, or the close of the direction.
-    struct Outgoing {
-        std::string text;
-        std::shared_ptr<const OpenFile> file;
-        std::int64_t offset = 0;
-        std::size_t count = 0;
-        std::size_t done = 0;
-        std::optional<std::size_t> doneBeforeWait;
-        MoreToSend more = MoreToSend::no;
-        bool closesDirection = false;
-        bool complete = false;
-        SendHandler handler;
-        FileHandler fileHandler;
-
-        /// Text that nobody waits for.
-        bool isPlainText() const { return !file && !closesDirection && !handler; }
-        void report(std::error_code error);
-    };
 
     void enqueue(Outgoing item);
     bool joinLast(const Outgoing& item);
     void schedule();
     bool sendStep();
     bool receiveStep();
-    Progress attempt(Outgoing& item);
-    Progress attemptText(Outgoing& item);
-    Progress attemptFile(Outgoing& item);
-    Progress copyFile(Outgoing& item);
+    Outgoing::Progress attempt(Outgoing& item);
     void setCork(bool corked);
     void waitFor(Direction direction);
     void end(std::error_code reason, PeerInput input);

@@ -2,7 +2,6 @@
 
 #include "platform/Loop.h"
 
-#include <algorithm>
 #include <condition_variable>
 #include <csignal>
 #include <mutex>
@@ -44,10 +43,9 @@ ThreadCount& threadCount() {
     return *count;
 }
 
-// A slow disk may hold a thread for seconds, so there are more threads than a fast disk needs.
-std::size_t concurrentThreads() {
-    return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 4, 16);
-}
+// More than one, because a slow disk may hold a thread for seconds; not one for each core, because
+// every one of them that is idle wakes for a new client.
+constexpr std::size_t concurrentThreads = 4;
 
 void nameThread(const std::string& label) {
     // The kernel keeps 15 characters; the end of the label is what tells queues apart.
@@ -88,7 +86,7 @@ std::shared_ptr<WorkQueue> WorkQueue::serial(std::string label, ThreadSetup setu
 
 std::shared_ptr<WorkQueue> WorkQueue::concurrent(std::string label, ThreadSetup setup) {
     return std::shared_ptr<WorkQueue>(
-        new WorkQueue(std::move(label), concurrentThreads(), std::move(setup)));
+        new WorkQueue(std::move(label), concurrentThreads, std::move(setup)));
 }
 
 WorkQueue::WorkQueue(std::string label, std::size_t threads, ThreadSetup setup)
