@@ -11,7 +11,7 @@ std::shared_ptr<server::FolderServer>
 makeFolderServer(ServerType type, std::string root, std::uint16_t port,
                  std::optional<server::Credentials> credentials) {
     if (type == ServerType::ftp)
-        return ftp::FTPFileServer::create(std::move(root), port, std::move(credentials));
+        return ftp::FTPFileServer::create(root, port, std::move(credentials));
     return http::HTTPFileServer::create(std::move(root), port, std::move(credentials));
 }
 

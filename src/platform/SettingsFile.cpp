@@ -103,7 +103,7 @@ bool SettingsFile::save() const {
     makeFolders(path_);
     std::string temporary = path_ + ".XXXXXX";
     // Made with mode 0600 (mkstemp(3)), so the password is never readable by others.
-    Descriptor file(mkostemp(temporary.data(), O_CLOEXEC));
+    const Descriptor file(mkostemp(temporary.data(), O_CLOEXEC));
     if (!file) return false;
     const bool written = writeAll(file.number(), content) && fsync(file.number()) == 0;
     if (!written || std::rename(temporary.c_str(), path_.c_str()) != 0) {
