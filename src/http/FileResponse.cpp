@@ -46,10 +46,9 @@ void HTTPFileServer::sendFile(const Client& client, const platform::Item& item,
     const std::int64_t length = range ? range->length() : size;
     if (request.method == "HEAD" || length == 0) return sendAndClose(client, std::move(head));
 
-    Transfer transfer{client, std::move(*file), range ? range->first : 0};
+    const Transfer transfer{client, std::move(*file), range ? range->first : 0};
     if (length <= smallFileSize)
-        return sendSmallFile(std::move(transfer), std::move(head),
-                             static_cast<std::size_t>(length));
+        return sendSmallFile(transfer, std::move(head), static_cast<std::size_t>(length));
     client.connection->send(std::move(head),
                             server::weakly(
                                 weak_from_this(),
@@ -60,7 +59,7 @@ void HTTPFileServer::sendFile(const Client& client, const platform::Item& item,
                             platform::MoreToSend::yes);
 }
 
-void HTTPFileServer::sendSmallFile(Transfer transfer, std::string head, std::size_t length) {
+void HTTPFileServer::sendSmallFile(const Transfer& transfer, std::string head, std::size_t length) {
     const std::size_t headSize = head.size();
     head.resize(headSize + length);
     const auto count =
@@ -70,12 +69,13 @@ void HTTPFileServer::sendSmallFile(Transfer transfer, std::string head, std::siz
     sendAndClose(transfer.client, std::move(head));
 }
 
-void HTTPFileServer::headerSent(Transfer transfer, std::error_code error, std::int64_t length) {
+void HTTPFileServer::headerSent(const Transfer& transfer, std::error_code error,
+                                std::int64_t length) {
     if (error) return transfer.client.connection->cancel();
-    sendNextChunk(std::move(transfer), length);
+    sendNextChunk(transfer, length);
 }
 
-void HTTPFileServer::sendNextChunk(Transfer transfer, std::int64_t remaining) {
+void HTTPFileServer::sendNextChunk(const Transfer& transfer, std::int64_t remaining) {
     // The close of a connection ends its outgoing direction as well, after all that was sent.
     if (remaining <= 0) return transfer.client.connection->cancel(transfer.client.input);
     constexpr auto chunkSize = static_cast<std::int64_t>(server::downloadChunkSize);
@@ -97,7 +97,7 @@ void HTTPFileServer::chunkSent(Transfer transfer, std::error_code error, std::si
     // Nothing sent without an error: the file ended early, and the close says so.
     if (error || count == 0) return transfer.client.connection->cancel();
     transfer.offset += static_cast<std::int64_t>(count);
-    sendNextChunk(std::move(transfer), remaining - static_cast<std::int64_t>(count));
+    sendNextChunk(transfer, remaining - static_cast<std::int64_t>(count));
 }
 
 } // namespace quorvel::http

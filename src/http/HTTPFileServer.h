@@ -72,9 +72,9 @@ class HTTPFileServer final : public server::FolderServer,
                             std::string_view method);
     void sendFile(const Client& client, const platform::Item& item, std::string_view location,
                   const RequestHead& request);
-    void sendSmallFile(Transfer transfer, std::string head, std::size_t length);
-    void headerSent(Transfer transfer, std::error_code error, std::int64_t length);
-    void sendNextChunk(Transfer transfer, std::int64_t remaining);
+    void sendSmallFile(const Transfer& transfer, std::string head, std::size_t length);
+    void headerSent(const Transfer& transfer, std::error_code error, std::int64_t length);
+    void sendNextChunk(const Transfer& transfer, std::int64_t remaining);
     void chunkSent(Transfer transfer, std::error_code error, std::size_t count,
                    std::int64_t remaining);
     void sendAndClose(const Client& client, std::string response);
