@@ -115,6 +115,7 @@ TEST_F(Answers, AreExactForEveryStatusAndMethod) {
         same("/docs?x=1", redirectTo("/docs/")),
         same("/My%20Docs%20&%20%23%25%F0%9F%98%80",
              redirectTo("/My%20Docs%20&%20%23%25%F0%9F%98%80/")),
+        same("/docs%2F", redirectTo("/docs%2F/")),
         same("//host/..", redirectTo("/host/../")),
         same("/\\host/..", redirectTo("/%5Chost/../")),
         same("/docs/x\nSet-Cookie:a=b/..", redirectTo("/docs/x%0ASet-Cookie:a=b/../")),
