@@ -6,7 +6,8 @@
 
 namespace quorvel::ui {
 
-/// org.freedesktop.Application, as laid down in the Desktop Entry Specification (D-Bus Activation).
+/// org.freedesktop.Application, as desktops call it to activate a program (freedesktop.org, Desktop
+/// Entry, D-Bus activation).
 class FreedesktopApplication final : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
