@@ -15,70 +15,53 @@ const std::string loggedIn = "230 Login successful.\r\n";
 const std::string loginRequired = "530 Please log in with USER and PASS.\r\n";
 const std::string loginIncorrect = "530 Login incorrect.\r\n";
 const std::string notImplemented = "502 Command not implemented.\r\n";
-const std::string noDirectory = "550 Failed to change directory.\r\n";
-const std::string noSize = "550 Could not get file size.\r\n";
-const std::string noTime = "550 Could not get modification time.\r\n";
-const std::string noListing = "550 No such file or directory.\r\n";
-const std::string noFile = "550 File not found.\r\n";
+const std::string changedTo = "250 Directory changed to ";
 
-/// Commands, each with its reply.
+/// Commands in their order, each with its reply.
 using Dialogue = std::vector<std::pair<std::string, std::string>>;
+/// Commands that get the same reply.
+using Replies = std::vector<std::pair<std::string, std::vector<std::string>>>;
 
 void expectDialogue(FTPClient& client, const Dialogue& dialogue) {
     for (const auto& [command, reply] : dialogue)
         EXPECT_EQ(client.ask(command), reply) << command;
 }
 
-const Dialogue forAnyone{
-    {"syst", "215 UNIX Type: L8\r\n"},
-    {"OPTS UTF8 ON", ok},
-    {"TYPE", "200 Type set to \r\n"},
-    {"TYPE l 8 ß", "200 Type set to L 8 SS\r\n"},
-    {"MODE s", "200 Mode set to S.\r\n"},
-    {"MODE S ", "504 Only stream mode is supported.\r\n"},
-    {"STRU F", "200 Structure set to F.\r\n"},
-    {"STRU R", "504 Only file structure is supported.\r\n"},
-    {"PWD", "257 \"/\" is the current directory\r\n"},
-    {"XPWD x", "257 \"/\" is the current directory\r\n"},
-    {"NOOP", ok},
-    {"CLNT x", ok},
-    {"ABOR", ok},
-    {"AUTH TLS", notImplemented},
-    {"PBSZ 0", notImplemented},
-    {"PROT P", notImplemented},
-    {"STOR x", notImplemented},
-    {"   ", notImplemented},
-    {"\tNOOP", notImplemented},
+void expectReplies(FTPClient& client, const Replies& replies) {
+    for (const auto& [reply, commands] : replies)
+        for (const auto& command : commands)
+            EXPECT_EQ(client.ask(command), reply) << command;
+}
+
+const Replies forAnyone{
+    {ok, {"OPTS UTF8 ON", "NOOP", "CLNT x", "ABOR"}},
+    {notImplemented, {"AUTH TLS", "PBSZ 0", "PROT P", "STOR x", "MKD x", "   ", "\tNOOP"}},
+    {"257 \"/\" is the current directory\r\n", {"pwd", "XPWD x"}},
+    {"215 UNIX Type: L8\r\n", {"syst"}},
+    {"200 Type set to \r\n", {"TYPE"}},
+    {"200 Type set to L 8 SS\r\n", {"TYPE l 8 ß"}},
+    {"200 Mode set to S.\r\n", {"MODE s"}},
+    {"504 Only stream mode is supported.\r\n", {"MODE S ", "MODE B"}},
+    {"200 Structure set to F.\r\n", {"STRU f"}},
+    {"504 Only file structure is supported.\r\n", {"STRU R", "STRU"}},
 };
 
-const Dialogue afterLogin{
-    {"CWD docs//x/../in \"quotes\"/", "250 Directory changed to /docs/in \"quotes\"\r\n"},
-    {"CDUP away", "250 Directory changed to /docs\r\n"},
-    {"CWD", "250 Directory changed to /docs\r\n"},
-    {"CWD notes.txt", noDirectory},
-    {"SIZE notes.txt", "213 5\r\n"},
-    {"MDTM notes.txt", "213 20240305140709\r\n"},
-    {"XCUP", "250 Directory changed to /\r\n"},
-    {"CDUP", "250 Directory changed to /\r\n"},
-    {"XCWD ../../absolute", "250 Directory changed to /absolute\r\n"},
-    {"SIZE /absolute/notes.txt", "213 5\r\n"},
-    {"CWD /away", noDirectory},
-    {"CWD docs", noDirectory},
-    {"CWD  /", noDirectory},
-    {std::string("CWD /docs\0/x", 12), noDirectory},
-    {"SIZE /docs", noSize},
-    {"SIZE /away/passwd", noSize},
-    {"SIZE /fifo", noSize},
-    {"MDTM /away/passwd", noTime},
-    {"MDTM /fifo", noTime},
-    {"LIST /away", noListing},
-    {"NLST -l My Documents", noListing},
-    {"RETR /docs", noFile},
-    {"RETR /away/passwd", noFile},
-    {"RETR ../../../etc/passwd", noFile},
-    {"RETR /fifo", noFile},
-    {"REST +7", "350 Restart position accepted.\r\n"},
-    {"REST -1", "501 Invalid REST argument.\r\n"},
+const Replies afterLogin{
+    {changedTo + "/docs/in \"quotes\"\r\n", {"CWD docs//x/../in \"quotes\"/", "CWD"}},
+    {changedTo + "/docs\r\n", {"CDUP away", "XCWD /docs"}},
+    {"213 5\r\n", {"SIZE notes.txt", "SIZE /absolute/notes.txt"}},
+    {"213 20240305140709\r\n", {"MDTM notes.txt"}},
+    {"550 Failed to change directory.\r\n",
+     {"CWD notes.txt", "CWD /away", "CWD docs", "CWD  /", std::string("CWD /docs\0/x", 12)}},
+    {changedTo + "/absolute\r\n", {"CWD ../../../absolute"}},
+    {changedTo + "/\r\n", {"XCUP", "CDUP"}},
+    {"550 Could not get file size.\r\n", {"SIZE docs", "SIZE away/passwd", "SIZE fifo"}},
+    {"550 Could not get modification time.\r\n", {"MDTM away/passwd", "MDTM fifo"}},
+    {"550 No such file or directory.\r\n", {"LIST away", "NLST -l My Documents"}},
+    {"550 File not found.\r\n",
+     {"RETR docs", "RETR away/passwd", "RETR ../../../etc/passwd", "RETR fifo"}},
+    {"350 Restart position accepted.\r\n", {"REST +7"}},
+    {"501 Invalid REST argument.\r\n", {"REST -1"}},
 };
 
 class FTPCommands : public FTPTest {};
@@ -92,14 +75,16 @@ TEST_F(FTPCommands, AnswerAsTheTableSays) {
     utimensat(AT_FDCWD, folder.write("docs/notes.txt", "12345").c_str(), times, 0);
     serve();
     FTPClient client(port);
-    expectDialogue(client, forAnyone);
-    Dialogue refused = afterLogin;
-    for (auto& [command, reply] : refused)
+    expectReplies(client, forAnyone);
+    Replies refused = afterLogin;
+    for (auto& [reply, commands] : refused)
         reply = loginRequired;
-    expectDialogue(client, refused);
-    expectDialogue(client, {{"PASV", loginRequired}, {"EPSV", loginRequired}, {"PASS", loggedIn}});
-    expectDialogue(client, forAnyone);
-    expectDialogue(client, afterLogin);
+    expectReplies(client, refused);
+    expectReplies(client, {{loginRequired, {"PASV", "EPSV"}}, {loggedIn, {"PASS"}}});
+    expectReplies(client, forAnyone);
+    expectReplies(client, afterLogin);
+    client.ask("CWD docs/in \"quotes\"");
+    EXPECT_EQ(client.ask("PWD"), "257 \"/docs/in \"quotes\"\" is the current directory\r\n");
     EXPECT_TRUE(client.ask("MDTM /docs").starts_with("213 20"));
     EXPECT_EQ(client.ask("FEAT", "211 End\r\n"),
               "211-Features:\r\n PASV\r\n EPSV\r\n SIZE\r\n MDTM\r\n REST STREAM\r\n UTF8\r\n"
@@ -109,21 +94,19 @@ TEST_F(FTPCommands, AnswerAsTheTableSays) {
 TEST_F(FTPCommands, LoginNeedsBothNameAndPassword) {
     serve(server::Credentials{"caf\u00E9", "s ecret"});
     FTPClient client(port);
-    expectDialogue(client, {
-                               {"PASS s ecret", loginIncorrect},
-                               {"USER  caf\u00E9", "331 Password required for  caf\u00E9.\r\n"},
-                               {"PASS s ecret", loginIncorrect},
-                               {"user cafe\u0301", "331 Password required for cafe\u0301.\r\n"},
-                               {"PASS S ecret", loginIncorrect},
-                               {"CDUP", loginRequired},
-                               {"PASS s ecret", loggedIn},
-                               {"CDUP", "250 Directory changed to /\r\n"},
-                               {"PASS ", loginIncorrect},
-                               {"CDUP", loginRequired},
-                               {"PASS s ecret", loggedIn},
-                               {"USER", "331 Password required for .\r\n"},
-                               {"CDUP", loginRequired},
-                           });
+    expectDialogue(client, {{"PASS s ecret", loginIncorrect},
+                            {"USER  caf\u00E9", "331 Password required for  caf\u00E9.\r\n"},
+                            {"PASS s ecret", loginIncorrect},
+                            {"user cafe\u0301", "331 Password required for cafe\u0301.\r\n"},
+                            {"PASS S ecret", loginIncorrect},
+                            {"CDUP", loginRequired},
+                            {"PASS s ecret", loggedIn},
+                            {"CDUP", changedTo + "/\r\n"},
+                            {"PASS ", loginIncorrect},
+                            {"CDUP", loginRequired},
+                            {"PASS s ecret", loggedIn},
+                            {"USER", "331 Password required for .\r\n"},
+                            {"CDUP", loginRequired}});
 }
 
 TEST_F(FTPCommands, LinesAreFramedHoweverTheyArrive) {
