@@ -80,16 +80,16 @@ void startThread(const std::shared_ptr<Loop>& loop, const std::string& label,
 
 } // namespace
 
-std::shared_ptr<WorkQueue> WorkQueue::serial(std::string label, ThreadSetup setup) {
-    return std::shared_ptr<WorkQueue>(new WorkQueue(std::move(label), 1, std::move(setup)));
+std::shared_ptr<WorkQueue> WorkQueue::serial(std::string label, const ThreadSetup& setup) {
+    return std::shared_ptr<WorkQueue>(new WorkQueue(std::move(label), 1, setup));
 }
 
-std::shared_ptr<WorkQueue> WorkQueue::concurrent(std::string label, ThreadSetup setup) {
+std::shared_ptr<WorkQueue> WorkQueue::concurrent(std::string label, const ThreadSetup& setup) {
     return std::shared_ptr<WorkQueue>(
         new WorkQueue(std::move(label), concurrentThreads, std::move(setup)));
 }
 
-WorkQueue::WorkQueue(std::string label, std::size_t threads, ThreadSetup setup)
+WorkQueue::WorkQueue(std::string label, std::size_t threads, const ThreadSetup& setup)
     : label_(std::move(label)) {
     try {
         for (std::size_t i = 0; i < threads; ++i) {

@@ -27,10 +27,10 @@ class WorkQueue {
   public:
     /// One thread: tasks run one at a time, in order. The label names the threads. Both throw
     /// std::system_error when the system has no more threads or descriptors.
-    static std::shared_ptr<WorkQueue> serial(std::string label, ThreadSetup setup = {});
+    static std::shared_ptr<WorkQueue> serial(std::string label, const ThreadSetup& setup = {});
     /// Several threads: a connection stays on the thread that accepted it, and its callbacks
     /// follow each other.
-    static std::shared_ptr<WorkQueue> concurrent(std::string label, ThreadSetup setup = {});
+    static std::shared_ptr<WorkQueue> concurrent(std::string label, const ThreadSetup& setup = {});
 
     ~WorkQueue();
     WorkQueue(const WorkQueue&) = delete;
@@ -49,7 +49,7 @@ class WorkQueue {
   private:
     friend class SocketListener;
 
-    WorkQueue(std::string label, std::size_t threads, ThreadSetup setup);
+    WorkQueue(std::string label, std::size_t threads, const ThreadSetup& setup);
     void endLoops();
 
     std::string label_;

@@ -128,15 +128,16 @@ Result<std::shared_ptr<Listener>> Listener::create(std::uint16_t) {
     return listener;
 }
 
-WorkQueue::WorkQueue(std::string label, std::size_t, ThreadSetup) : label_(std::move(label)) {}
+WorkQueue::WorkQueue(std::string label, std::size_t, const ThreadSetup&)
+    : label_(std::move(label)) {}
 
 WorkQueue::~WorkQueue() = default;
 
-std::shared_ptr<WorkQueue> WorkQueue::serial(std::string label, ThreadSetup) {
+std::shared_ptr<WorkQueue> WorkQueue::serial(std::string label, const ThreadSetup&) {
     return std::shared_ptr<WorkQueue>(new WorkQueue(std::move(label), 0, {}));
 }
 
-std::shared_ptr<WorkQueue> WorkQueue::concurrent(std::string label, ThreadSetup) {
+std::shared_ptr<WorkQueue> WorkQueue::concurrent(std::string label, const ThreadSetup&) {
     return serial(std::move(label));
 }
 
