@@ -5,6 +5,8 @@ import os
 import subprocess
 from pathlib import Path
 
+from harness.processes import put_ahead
+
 
 class LoadError(Exception):
     """The server did not do what was asked."""
@@ -13,12 +15,13 @@ class LoadError(Exception):
 class Driver:
     """Runs loads, on the given processors if any."""
 
-    def __init__(self, program: Path, cpus: set[int] | None = None):
+    def __init__(self, program: Path, ahead: bool, cpus: set[int] | None = None):
         self._program = program
+        self._ahead = ahead
         self._cpus = cpus
 
     def pinned(self, cpus: set[int]) -> "Driver":
-        return Driver(self._program, cpus)
+        return Driver(self._program, self._ahead, cpus)
 
     def run(self, mode: str, **options: object) -> dict:
         with self.held(mode, **options) as figures:
@@ -27,16 +30,18 @@ class Driver:
     def held(self, mode: str, **options: object) -> "_Load":
         """A context manager around clients that stay; its value is the figures of their start."""
         words = [f"{name}={value}" for name, value in options.items()]
-        return _Load([str(self._program), mode, *words], self._cpus)
+        return _Load([str(self._program), mode, *words], self._cpus, self._ahead)
 
 
 class _Load:
-    def __init__(self, command: list[str], cpus: set[int] | None):
+    def __init__(self, command: list[str], cpus: set[int] | None, ahead: bool):
         pin = (lambda: os.sched_setaffinity(0, cpus)) if cpus else None
         self._name = " ".join(command[1:])
         self._process = subprocess.Popen(
             command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
             text=True, start_new_session=True, preexec_fn=pin)
+        if ahead:
+            put_ahead(self._process.pid)
 
     def __enter__(self) -> dict:
         try:

@@ -5,6 +5,7 @@ import grp
 import os
 import pwd
 import subprocess
+import sys
 from dataclasses import dataclass, field
 from pathlib import Path
 from typing import Callable
@@ -12,6 +13,7 @@ from typing import Callable
 from harness import packages
 
 PYFTPD = Path(__file__).with_name("pyftpd.py")
+PEERS_FOLDER = "peers"
 MAX_CLIENTS = 4096
 NOBODY = pwd.getpwnam("nobody")
 # vsftpd wants an account whose home folder exists.
@@ -47,12 +49,9 @@ class Server:
     configure: Callable[[Path, Place], Start]
 
     def prepare(self, peers: Path, place: Place) -> Start:
-        """Fetches what is missing and writes the configuration."""
-        root = peers / self.name
-        if self.packages:
-            packages.unpacked(self.packages, root)
+        """Writes the configuration; the server was fetched before."""
         place.work.mkdir(parents=True, exist_ok=True)
-        return self.configure(root, place)
+        return self.configure(peers / self.name, place)
 
 
 def nginx(root: Path, place: Place) -> Start:
@@ -171,6 +170,21 @@ PEERS = [
     Server("pure-ftpd", "ftp", ["pure-ftpd", "pure-ftpd-common"], pure_ftpd),
     Server("pyftpdlib", "ftp", ["python3-pyftpdlib"], pyftpdlib),
 ]
+
+
+
+def fetched(servers: list[Server], folder: Path) -> list[Server]:
+    """Those of the servers that could be had; unpacks what is missing."""
+    had = []
+    for server in servers:
+        try:
+            if server.packages:
+                packages.unpacked(server.packages, folder / PEERS_FOLDER / server.name)
+            had.append(server)
+        except packages.PackageError as error:
+            print(f"{server.name} left out: {error}", file=sys.stderr)
+    return had
+
 
 OURS = "quorvel"
 

@@ -12,18 +12,21 @@ from harness import network
 from harness.driver import Driver, LoadError
 from harness.fixtures import Fixtures
 from harness.measures import Measure, Running
-from harness.packages import PackageError
-from harness.peers import Place, Server
+from harness.peers import PEERS_FOLDER, Place, Server
 from harness.processes import ServerProcess
 
 Figures = dict[str, list[dict[str, float]]]
 WARM_UP_SECONDS = 0.1
+FRESH_ROUNDS = 2
 
 
 @dataclass(frozen=True)
 class Effort:
+    """How long to measure, and whether ahead of everything else on the machine."""
+
     rounds: int
     seconds: float
+    ahead: bool = False
 
 
 class Stage:
@@ -31,7 +34,8 @@ class Stage:
 
     def __init__(self, folder: Path, driver: Path, fixtures: Fixtures, effort: Effort):
         self._folder = folder
-        self._driver = Driver(driver)
+        self._peers = folder / PEERS_FOLDER
+        self._driver = Driver(driver, effort.ahead)
         self._fixtures = fixtures
         self._effort = effort
         self._failed: set[str] = set()
@@ -45,7 +49,9 @@ class Stage:
         with ExitStack() as stack:
             standing = {server.name: stack.enter_context(runner(self, measure, server))
                         for server in servers}
-            for number in range(self._effort.rounds):
+            # Memory hardly differs from round to round.
+            rounds = min(self._effort.rounds, FRESH_ROUNDS) if measure.fresh else self._effort.rounds
+            for number in range(rounds):
                 for server in _rotated(servers, number):
                     self._round(measure, server, standing[server.name], figures)
         return figures
@@ -56,7 +62,7 @@ class Stage:
             return
         try:
             figures.setdefault(server.name, []).append(runner.once(self._effort.seconds))
-        except (LoadError, PackageError, OSError, RuntimeError) as error:
+        except (LoadError, OSError, RuntimeError) as error:
             print(f"{key} left out: {error}", file=sys.stderr)
             self._failed.add(key)
             figures.pop(server.name, None)
@@ -66,11 +72,13 @@ class Stage:
         """The server once it listens, and what to give to a round of so many seconds."""
         place = Place(self._fixtures.folder, network.free_port(),
                       self._folder / "work" / server.name)
-        start = server.prepare(self._folder / "peers", place)
+        start = server.prepare(self._peers, place)
         processors = sorted(os.sched_getaffinity(0))
         pinned = measure.pinned and len(processors) > 1
         process = ServerProcess(start.command, place.work / "log", environment=start.environment,
                                 cpus=str(processors[0]) if pinned else "-")
+        if self._effort.ahead:
+            process.put_ahead()
         driver = self._driver.pinned({processors[1]}) if pinned else self._driver
         if not network.wait_until_listening(place.port, process.has_ended):
             process.stop()
