@@ -30,8 +30,8 @@ bool saysMissing(const std::error_code& error) {
 } // namespace
 
 std::shared_ptr<HTTPFileServer>
-HTTPFileServer::create(std::string root, std::uint16_t port,
-                       std::optional<server::Credentials> credentials) {
+HTTPFileServer::create(const std::string& root, std::uint16_t port,
+                       const std::optional<server::Credentials>& credentials) {
     return std::shared_ptr<HTTPFileServer>(
         new HTTPFileServer(server::standardizedPath(root), port, credentials));
 }

@@ -31,8 +31,9 @@ class HTTPFileServer final : public server::FolderServer,
     static constexpr std::size_t maxRequestHeadBytes = 524288;
 
     /// Without credentials access is open.
-    static std::shared_ptr<HTTPFileServer> create(std::string root, std::uint16_t port,
-                                                  std::optional<server::Credentials> credentials);
+    static std::shared_ptr<HTTPFileServer>
+    create(const std::string& root, std::uint16_t port,
+           const std::optional<server::Credentials>& credentials);
 
     /// On the owner's thread, both.
     platform::Result<> start() override;

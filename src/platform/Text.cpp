@@ -31,6 +31,7 @@ icu::StringPiece piece(std::string_view text) {
 /// The character at the place, which moves behind it; negative for bytes that are not UTF-8.
 UChar32 nextCharacter(std::string_view text, std::size_t& place) {
     UChar32 character = 0;
+    // NOLINTNEXTLINE(bugprone-inc-dec-in-conditions): the macro's own
     U8_NEXT(text.data(), place, text.size(), character);
     return character;
 }

@@ -48,9 +48,10 @@ int serve(platform::EventLoop& loop, const Options& options) {
     int status = EXIT_SUCCESS;
     const auto subscription = model->onChange([&] {
         using Case = model::State::Case;
-        if (model->state().kind == Case::running) std::cout << model->infoText() << std::endl;
+        if (model->state().kind == Case::running)
+            std::cout << model->infoText() << '\n' << std::flush;
         if (model->state().kind != Case::failed) return;
-        std::cout << model->statusText() << std::endl;
+        std::cout << model->statusText() << '\n' << std::flush;
         status = exitFailed;
         loop.quit();
     });
