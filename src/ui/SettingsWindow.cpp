@@ -64,10 +64,17 @@ void SettingsWindow::arrange(const QString& version) {
 }
 
 void SettingsWindow::refresh() {
+    // The keyboard must not be left in a field that is out of reach from now on.
+    if (model_->state().isActive() && focusIsOnASetting()) startButton_->setFocus();
     folder_->refresh();
     server_->refresh();
     startButton_->refresh();
     info_->refresh();
+}
+
+bool SettingsWindow::focusIsOnASetting() const {
+    const QWidget* focused = focusWidget();
+    return focused != nullptr && (folder_->isAncestorOf(focused) || server_->isAncestorOf(focused));
 }
 
 void SettingsWindow::reject() {

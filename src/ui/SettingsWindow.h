@@ -41,6 +41,7 @@ class SettingsWindow final : public QDialog {
   private:
     void arrange(const QString& version);
     void refresh();
+    bool focusIsOnASetting() const;
 
     const std::shared_ptr<model::ServerModel> model_;
     const std::shared_ptr<model::CopyAction> copyAction_;

@@ -1,0 +1,122 @@
+"""The program on a desktop, from the first start on: what is clicked, typed, shown and copied."""
+
+import signal
+import time
+import unittest
+
+from desktop import OnADesktop, eventually, fetch, free_port
+
+PANEL = "Choose a folder to share."
+ICON = "24x24+998+2"
+
+
+class InATray(OnADesktop):
+    def setUp(self):
+        super().setUp()
+        self.desktop.start_tray()
+        eventually(lambda: "panel" in self.desktop.output("xwininfo", "-root", "-tree"))
+
+    def start_in_tray(self):
+        """The program, and its icon for no running server."""
+        program = self.desktop.start_server()
+        eventually(self.desktop.icons_and_menus)
+        self.assertEqual(self.desktop.windows(), [])
+        return program, eventually(self.still_icon)
+
+    def still_icon(self):
+        first = self.desktop.pixels(ICON)
+        time.sleep(0.2)
+        return first if first == self.desktop.pixels(ICON) else None
+
+    def open_menu(self, screenshot, button=3):
+        self.desktop.click(1010, 14, button)
+        eventually(lambda: len(self.desktop.icons_and_menus()) == 2)
+        self.desktop.screenshot(screenshot)
+
+    def test_shares_over_http_and_then_over_ftp(self):
+        desktop = self.desktop
+        program, idle = self.start_in_tray()
+        self.open_menu("1-menu")
+        desktop.keys("Down", "Down", "Return")
+        window = desktop.window()
+        desktop.screenshot("2-fresh", window)
+
+        desktop.keys("space")
+        panel = desktop.window(PANEL)
+        desktop.type(str(self.folder))
+        desktop.screenshot("3-panel", panel)
+        desktop.keys("Return")
+        desktop.gone(PANEL)
+        self.assertEqual(desktop.window(), window)
+        port = free_port()
+        desktop.keys("Tab", "Tab", "ctrl+a")
+        desktop.type(port)
+        eventually(lambda: self.stored()["server.port"] == int(port))
+        desktop.screenshot("4-ready", window)
+
+        desktop.keys("Return")
+        eventually(lambda: "film.mp4" in fetch(f"http://127.0.0.1:{port}/"))
+        eventually(lambda: desktop.pixels(ICON) != idle)
+        desktop.keys("Tab", "Tab", "Down", "Down")  # to the copy formats, the third of which is
+        eventually(lambda: desktop.clipboard() == f"http://127.0.0.1:{port}/")
+        desktop.screenshot("5-serving-and-copied", window)
+        self.assertEqual(self.stored()["server.copyFormat"], "Local link")
+        self.assertIn("film.mp4", fetch(desktop.clipboard()))
+        self.open_menu("6-menu-serving", button=1)
+        desktop.keys("Down", "Return")
+        eventually(lambda: desktop.pixels(ICON) == idle)
+        self.assertEqual(fetch(f"http://127.0.0.1:{port}/"), "")
+        desktop.screenshot("7-stopped", window)
+
+        desktop.end(program, signal.SIGKILL)
+        program, _ = self.start_in_tray()
+        window = self.start_again()
+        # With a folder the window begins at the start button.
+        desktop.keys("shift+Tab", "shift+Tab", "shift+Tab", "Down", "Tab", "ctrl+a")
+        port = free_port()
+        desktop.type(port)
+        eventually(lambda: self.stored()["server.port"] == int(port))
+        desktop.keys("Return")
+        eventually(lambda: "film.mp4" in fetch(f"ftp://127.0.0.1:{port}/"))
+        desktop.screenshot("8-serving-ftp", window)
+        desktop.keys("Escape")
+        desktop.gone()
+        self.assertIn("film.mp4", fetch(f"ftp://127.0.0.1:{port}/"))
+        self.start_again()
+        desktop.keys("ctrl+q")
+        self.assert_ended(program)
+
+
+class WithoutATray(OnADesktop):
+    def test_closing_the_window_ends_a_program_that_serves_nothing(self):
+        program = self.desktop.start_server()
+        self.desktop.window()
+        self.desktop.keys("alt+F4")
+        self.assert_ended(program)
+
+    def test_the_window_is_the_way_to_a_server_until_a_tray_comes_and_after_it_has_gone(self):
+        desktop = self.desktop
+        port = free_port()
+        self.desktop.store(folderPath=str(self.folder), port=int(port))
+        program = desktop.start_server()
+        desktop.window()
+        desktop.keys("Return")
+        eventually(lambda: fetch(f"http://127.0.0.1:{port}/"))
+        desktop.keys("alt+F4")
+        desktop.gone()
+        self.assertIn("film.mp4", fetch(f"http://127.0.0.1:{port}/"))
+        self.start_again()
+
+        tray = desktop.start_tray()
+        eventually(desktop.icons_and_menus)
+        desktop.keys("Escape")
+        desktop.gone()
+        desktop.end(tray)
+        desktop.window()
+        self.assertIn("film.mp4", fetch(f"http://127.0.0.1:{port}/"))
+        program.send_signal(signal.SIGTERM)
+        self.assert_ended(program)
+
+
+if __name__ == "__main__":
+    unittest.main()
