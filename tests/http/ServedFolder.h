@@ -13,9 +13,8 @@ namespace quorvel::test {
 /// Starts a server and waits for its first callback: "ready", or the message of the error.
 inline std::string startAndWait(http::HTTPFileServer& server) {
     const auto outcome = std::make_shared<std::promise<std::string>>();
-    const auto once = std::make_shared<std::once_flag>();
-    const auto set = [=](const std::string& text) {
-        std::call_once(*once, [&] { outcome->set_value(text); });
+    const auto set = [outcome, isSet = std::make_shared<std::atomic_flag>()](const auto& text) {
+        if (!isSet->test_and_set()) outcome->set_value(text);
     };
     server.onReady = [=] { set("ready"); };
     server.onError = set;

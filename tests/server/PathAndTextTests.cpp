@@ -9,16 +9,13 @@ namespace quorvel::server {
 
 namespace {
 
+using Pair = std::pair<std::string, std::string>;
+
 TEST(FolderPath, IsCleanedLexically) {
-    for (const auto& [path, expected] : {std::pair{"/", "/"},
-                                         {"//", "/"},
-                                         {"/a/share/", "/a/share"},
-                                         {"/a//b/./c", "/a/b/c"},
-                                         {"/a/b/../c", "/a/c"},
-                                         {"/../../a", "/a"},
-                                         {"/a/..", "/"},
-                                         {"/a/.../..b/c.", "/a/.../..b/c."},
-                                         {"/a/b/../../../../c/..", "/"}})
+    for (const auto& [path, expected] :
+         {Pair{"/", "/"}, Pair{"//", "/"}, Pair{"/a/share/", "/a/share"}, Pair{"/a/..", "/"},
+          Pair{"/a//b/./c", "/a/b/c"}, Pair{"/a/b/../c", "/a/c"}, Pair{"/../../a", "/a"},
+          Pair{"/a/.../..b/c.", "/a/.../..b/c."}, Pair{"/a/b/../../../../c/..", "/"}})
         EXPECT_EQ(standardizedPath(path), expected) << path;
 }
 
@@ -55,23 +52,19 @@ TEST(PercentEncoding, KeepsWhatTheUrlPartMayHold) {
 }
 
 TEST(PercentEncoding, DecodesAllOrNothing) {
-    for (const auto& [text, expected] : {std::pair<std::string, std::string>{"", ""},
-                                         {"a+b", "a+b"},
-                                         {"%41%2f%2F%c3%A9", "A//é"},
-                                         {"%00x", {"\0x", 2}},
-                                         {"%2541", "%41"}})
+    for (const auto& [text, expected] :
+         {Pair{"", ""}, Pair{"a+b", "a+b"}, Pair{"%41%2f%2F%c3%A9", "A//é"},
+          Pair{"%00x", std::string("\0x", 2)}, Pair{"%2541", "%41"}})
         EXPECT_EQ(percentDecoded(text), expected) << text;
     for (const char* const wrong : {"%", "a%4", "%4g", "%g4", "%%41", "% 41", "%FF", "%C3", "\xFF"})
         EXPECT_EQ(percentDecoded(wrong), std::nullopt) << wrong;
 }
 
 TEST(DecimalInteger, TakesASignAndDigitsWithin64Bits) {
-    for (const auto& [text, expected] : {std::pair<const char*, std::int64_t>{"0", 0},
-                                         {"+7", 7},
-                                         {"-12", -12},
-                                         {"007", 7},
-                                         {"9223372036854775807", INT64_MAX},
-                                         {"-9223372036854775808", INT64_MIN}})
+    using Number = std::pair<const char*, std::int64_t>;
+    for (const auto& [text, expected] :
+         {Number{"0", 0}, Number{"+7", 7}, Number{"-12", -12}, Number{"007", 7},
+          Number{"9223372036854775807", INT64_MAX}, Number{"-9223372036854775808", INT64_MIN}})
         EXPECT_EQ(decimalInteger(text), expected) << text;
     for (const char* const wrong : {"", "+", "-", "+-1", "-+1", "--1", " 1", "1 ", "1.5", "0x1",
                                     "1a", "٣", "9223372036854775808", "-9223372036854775809"})

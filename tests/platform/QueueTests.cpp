@@ -1,0 +1,132 @@
+#include "QueueHost.h"
+
+namespace quorvel::platform {
+
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+
+/// Nothing of a released queue is left behind.
+class ReleasedQueue : public testing::Test {
+  protected:
+    ~ReleasedQueue() override {
+        EXPECT_TRUE(isQuiet_ && WorkQueue::waitUntilAllEnded(5s));
+        EXPECT_EQ(test::openDescriptorCount(), descriptors_);
+        EXPECT_TRUE(test::eventually([&] { return test::threadCount() <= threads_; }));
+    }
+
+  private:
+    const bool isQuiet_ = WorkQueue::waitUntilAllEnded(5s);
+    const std::size_t descriptors_ = test::openDescriptorCount();
+    const std::size_t threads_ = test::threadCount();
+};
+
+TEST_F(ReleasedQueue, ClosesItsConnectionsAndDropsTheirHandlersUncalled) {
+    Events events;
+    std::vector<test::SocketClient> clients;
+    const auto token = std::make_shared<int>();
+    const auto count = [token, &events](const auto&...) { events.add("called"); };
+    std::promise<void> allHere;
+    QueueHost host([&, here = 0](const ConnectionPtr& made) mutable {
+        made->onEnd(count);
+        made->receive(1, count);
+        made->send(std::string(20'000'000, 'x'), count);
+        if (++here == 10) allHere.set_value();
+    });
+    for (int i = 0; i < 10; ++i)
+        clients.emplace_back(host.port());
+    allHere.get_future().wait();
+    host.listener->cancel();
+    host.queue.reset();
+    EXPECT_TRUE(WorkQueue::waitUntilAllEnded(5s));
+    EXPECT_THAT(events.all(), ElementsAre());
+    EXPECT_EQ(token.use_count(), 2);
+    for (auto& client : clients)
+        EXPECT_LT(client.receiveAll().size(), 20'000'000U);
+}
+
+TEST_F(ReleasedQueue, ForgetsWhatItsLastTurnEnded) {
+    enum class LastTurn { cancel, cancelInCallback, sendAfterTheEnd };
+    using enum LastTurn;
+    for (const auto turn : {cancel, cancelInCallback, sendAfterTheEnd}) {
+        ConnectionPair pair;
+        const std::weak_ptr<Connection> weak = pair.connection;
+        pair.host.run([self = pair.connection] { self->receive(1, [self](const Received&) {}); });
+        if (turn == sendAfterTheEnd) pair.host.run([&] { pair.connection->cancel(); });
+        pair.host.listener->cancel();
+        WorkQueue& queue = *pair.host.queue;
+        queue.post(
+            [turn, self = std::move(pair.connection), last = std::move(pair.host.queue)]() mutable {
+                if (turn == cancel) self->cancel(PeerInput::expected);
+                if (turn == sendAfterTheEnd) self->send("text", [self](std::error_code) {});
+                if (turn == cancelInCallback)
+                    self->send("text", [self, held = std::move(last)](std::error_code) {
+                        self->cancel(PeerInput::expected);
+                    });
+            });
+        EXPECT_TRUE(WorkQueue::waitUntilAllEnded(5s));
+        EXPECT_TRUE(weak.expired());
+    }
+}
+
+TEST_F(ReleasedQueue, DestroysTheTasksItHasNotRun) {
+    Events events;
+    auto queue = WorkQueue::serial("test.order");
+    std::promise<void> running;
+    std::promise<void> goOn;
+    const auto token = std::make_shared<int>();
+    queue->post([&] {
+        events.add("first");
+        running.set_value();
+        goOn.get_future().wait();
+    });
+    queue->post([&events, token] { events.add("never"); });
+    running.get_future().wait();
+    queue.reset();
+    goOn.set_value();
+    EXPECT_TRUE(WorkQueue::waitUntilAllEnded(5s));
+    EXPECT_EQ(token.use_count(), 1);
+    EXPECT_THAT(events.all(), ElementsAre("first"));
+}
+
+TEST(Listener, ReportsAPortInUseAndFreesItsPortWithCancel) {
+    const auto token = std::make_shared<int>();
+    const QueueHost first([token](const ConnectionPtr&) {});
+    EXPECT_EQ(first.outcome, "ready");
+    const QueueHost second({}, first.port());
+    EXPECT_EQ(second.outcome, "EADDRINUSE");
+    EXPECT_EQ(second.port(), 0);
+    first.listener->cancel();
+    EXPECT_TRUE(test::eventually([&] { return token.use_count() == 1; })) << "handlers are dropped";
+    EXPECT_EQ(QueueHost({}, first.port()).outcome, "ready");
+}
+
+TEST(Listener, CancelResetsClientsThatWait) {
+    std::promise<void> blocked;
+    std::promise<void> goOn;
+    QueueHost host([](const ConnectionPtr&) { FAIL() << "a client came after the cancel"; });
+    host.queue->post([&, waiting = goOn.get_future()] {
+        blocked.set_value();
+        waiting.wait();
+    });
+    blocked.get_future().wait();
+    test::SocketClient client(host.port());
+    host.listener->cancel();
+    EXPECT_EQ(client.receiveAll(), "");
+    EXPECT_TRUE(client.wasReset());
+    goOn.set_value();
+}
+
+TEST(Listener, HandsOverConnectionsThatKnowTheirAddressAndClosesTheRest) {
+    Events events;
+    const QueueHost host(
+        [&](const ConnectionPtr& made) { events.add(made->localIPv4Address().value_or("none")); });
+    for (const auto* const address : {"127.0.0.1", "::1"})
+        EXPECT_EQ(test::SocketClient(host.port(), address).receiveAll(), "");
+    EXPECT_THAT(events.all(), ElementsAre("127.0.0.1", "none"));
+}
+
+} // namespace
+
+} // namespace quorvel::platform
