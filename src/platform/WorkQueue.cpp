@@ -85,8 +85,7 @@ std::shared_ptr<WorkQueue> WorkQueue::serial(std::string label, const ThreadSetu
 }
 
 std::shared_ptr<WorkQueue> WorkQueue::concurrent(std::string label, const ThreadSetup& setup) {
-    return std::shared_ptr<WorkQueue>(
-        new WorkQueue(std::move(label), concurrentThreads, std::move(setup)));
+    return std::shared_ptr<WorkQueue>(new WorkQueue(std::move(label), concurrentThreads, setup));
 }
 
 WorkQueue::WorkQueue(std::string label, std::size_t threads, const ThreadSetup& setup)
