@@ -7,7 +7,9 @@
 #include "ui/ServerGroup.h"
 #include "ui/StartButton.h"
 
+#include <QAbstractButton>
 #include <QCloseEvent>
+#include <QGroupBox>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QLabel>
@@ -21,6 +23,12 @@ namespace {
 constexpr int windowWidth = 460;
 constexpr int padding = 20;
 constexpr int spacing = 16;
+
+bool isReturn(const QEvent& event) {
+    if (event.type() != QEvent::KeyPress && event.type() != QEvent::KeyRelease) return false;
+    const int key = static_cast<const QKeyEvent&>(event).key();
+    return key == Qt::Key_Return || key == Qt::Key_Enter;
+}
 
 } // namespace
 
@@ -37,6 +45,7 @@ SettingsWindow::SettingsWindow(std::shared_ptr<model::ServerModel> model,
                    Qt::WindowCloseButtonHint);
     setPalette(secondaryTextPalette(palette()));
     arrange(version);
+    leaveReturnToTheWindow();
     subscription_ = model_->onChange([this] { refresh(); });
     copyAction_->onChange = [this] { refresh(); };
     refresh();
@@ -100,10 +109,24 @@ void SettingsWindow::closeEvent(QCloseEvent* event) {
     }
 }
 
+// On some desktops (QPlatformTheme::ButtonPressKeys) Return presses the button with the keyboard,
+// and a group box keeps what its fields leave. Here it is for the default button of the window.
+void SettingsWindow::leaveReturnToTheWindow() {
+    for (auto* button : findChildren<QAbstractButton*>())
+        button->installEventFilter(this);
+    for (auto* group : findChildren<QGroupBox*>())
+        group->installEventFilter(this);
+}
+
+bool SettingsWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (!isReturn(*event)) return QDialog::eventFilter(watched, event);
+    event->ignore();
+    return true;
+}
+
 // A key held down would start and stop in turn.
 void SettingsWindow::keyPressEvent(QKeyEvent* event) {
-    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (isReturn && event->isAutoRepeat()) return;
+    if (isReturn(*event) && event->isAutoRepeat()) return;
     QDialog::keyPressEvent(event);
 }
 

@@ -33,6 +33,7 @@ class SettingsWindow final : public QDialog {
     void reject() override;
 
   protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void changeEvent(QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
@@ -40,6 +41,7 @@ class SettingsWindow final : public QDialog {
 
   private:
     void arrange(const QString& version);
+    void leaveReturnToTheWindow();
     void refresh();
     bool focusIsOnASetting() const;
 

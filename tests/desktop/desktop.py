@@ -78,6 +78,9 @@ class Desktop:
         os.close(writer)
         with os.fdopen(reader) as display:
             self.environment["DISPLAY"] = ":" + display.readline().strip()
+        # The first key makes another keyboard the current one; a window manager that is told so
+        # lets go of its shortcuts for a moment.
+        self.keys("Shift_L")
         self.start("openbox", "--sm-disable")
         eventually(lambda: "window id" in self.output("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"))
 
@@ -186,8 +189,10 @@ class Desktop:
 class OnADesktop(unittest.TestCase):
     """A desktop for each test, and a folder on it to share."""
 
+    environment = {}
+
     def setUp(self):
-        self.desktop = self.enterContext(Desktop())
+        self.desktop = self.enterContext(Desktop(environment=self.environment))
         self.folder = self.desktop.home / "Videos & more"
         self.folder.mkdir()
         (self.folder / "film.mp4").write_bytes(b"moving")
