@@ -1,6 +1,7 @@
 #include "ui/QtFolderChooser.h"
 
 #include <QDir>
+#include <QEventLoop>
 #include <QFile>
 #include <QFileDialog>
 
@@ -15,6 +16,14 @@ void openAt(QFileDialog& dialog, const QString& folder) {
     dialog.selectFile(current.fileName());
 }
 
+/// A loop of Qt's, whatever the dialog is made of: one of GTK's would not end with the program.
+bool isAccepted(QFileDialog& dialog) {
+    QEventLoop waiting;
+    QObject::connect(&dialog, &QDialog::finished, &waiting, &QEventLoop::exit);
+    dialog.open();
+    return waiting.exec() == QDialog::Accepted;
+}
+
 } // namespace
 
 std::optional<std::string> QtFolderChooser::chooseFolder(const model::FolderPanelTexts& texts) {
@@ -23,7 +32,7 @@ std::optional<std::string> QtFolderChooser::chooseFolder(const model::FolderPane
     dialog.setOption(QFileDialog::ShowDirsOnly);
     dialog.setLabelText(QFileDialog::Accept, QString::fromStdString(texts.prompt));
     openAt(dialog, QString::fromStdString(currentFolder_));
-    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return std::nullopt;
+    if (!isAccepted(dialog) || dialog.selectedFiles().isEmpty()) return std::nullopt;
     currentFolder_ = QFile::encodeName(dialog.selectedFiles().constFirst()).toStdString();
     return currentFolder_;
 }
