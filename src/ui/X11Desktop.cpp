@@ -32,15 +32,10 @@ xcb_atom_t atom(xcb_connection_t* server, std::string_view name) {
     return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
-xcb_atom_t traySelection(xcb_connection_t* server) {
-    return atom(server, "_NET_SYSTEM_TRAY_S0");
-}
-
-bool announcesTray(xcb_connection_t* server, const xcb_generic_event_t& event) {
+bool announces(xcb_atom_t selection, xcb_atom_t managerMessage, const xcb_generic_event_t& event) {
     if ((event.response_type & 0x7f) != XCB_CLIENT_MESSAGE) return false;
     const auto& message = reinterpret_cast<const xcb_client_message_event_t&>(event);
-    return message.type == atom(server, "MANAGER") &&
-           message.data.data32[1] == traySelection(server);
+    return message.type == managerMessage && message.data.data32[1] == selection;
 }
 
 bool ends(xcb_window_t window, const xcb_generic_event_t& event) {
@@ -51,8 +46,12 @@ bool ends(xcb_window_t window, const xcb_generic_event_t& event) {
 } // namespace
 
 X11Desktop::X11Desktop() {
-    // Qt listens on the root window, where a tray announces itself (XEmbed, MANAGER).
-    if (connection() != nullptr) qGuiApp->installNativeEventFilter(this);
+    auto* server = connection();
+    if (server == nullptr) return;
+    managerMessage_ = atom(server, "MANAGER");
+    traySelection_ = atom(server, "_NET_SYSTEM_TRAY_S0");
+    // Qt listens on the root window, where a tray announces itself (ICCCM, manager selections).
+    qGuiApp->installNativeEventFilter(this);
 }
 
 X11Desktop::~X11Desktop() {
@@ -62,7 +61,7 @@ X11Desktop::~X11Desktop() {
 bool X11Desktop::hasTray() {
     auto* server = connection();
     if (server == nullptr) return false;
-    const auto request = xcb_get_selection_owner(server, traySelection(server));
+    const auto request = xcb_get_selection_owner(server, traySelection_);
     const std::unique_ptr<xcb_get_selection_owner_reply_t, Freed> reply(
         xcb_get_selection_owner_reply(server, request, nullptr));
     tray_ = reply ? reply->owner : xcb_window_t{XCB_WINDOW_NONE};
@@ -76,7 +75,7 @@ bool X11Desktop::nativeEventFilter(const QByteArray& type, void* message, qintpt
     if (type != "xcb_generic_event_t") return false;
     const auto& event = *static_cast<const xcb_generic_event_t*>(message);
     const bool gone = tray_ != XCB_WINDOW_NONE && ends(tray_, event);
-    if ((gone || announcesTray(connection(), event)) && onTrayChange) onTrayChange();
+    if ((gone || announces(traySelection_, managerMessage_, event)) && onTrayChange) onTrayChange();
     return false;
 }
 

@@ -28,6 +28,8 @@ class X11Desktop final : public QAbstractNativeEventFilter {
   private:
     bool nativeEventFilter(const QByteArray& type, void* message, qintptr* result) override;
 
+    std::uint32_t managerMessage_ = 0;
+    std::uint32_t traySelection_ = 0;
     std::uint32_t tray_ = 0;
 };
 
