@@ -6,8 +6,6 @@
 
 namespace quorvel::ftp {
 
-namespace {
-
 using namespace std::chrono_literals;
 
 const std::string ok = "200 OK\r\n";
@@ -17,23 +15,17 @@ const std::string loginIncorrect = "530 Login incorrect.\r\n";
 const std::string notImplemented = "502 Command not implemented.\r\n";
 const std::string changedTo = "250 Directory changed to ";
 
-/// Commands in their order, each with its reply.
-using Dialogue = std::vector<std::pair<std::string, std::string>>;
-/// Commands that get the same reply.
-using Replies = std::vector<std::pair<std::string, std::vector<std::string>>>;
+/// Commands in their order, those with the same reply together.
+using Dialogue = std::vector<std::pair<std::string, std::vector<std::string>>>;
 
-void expectDialogue(FTPClient& client, const Dialogue& dialogue) {
-    for (const auto& [command, reply] : dialogue)
-        EXPECT_EQ(client.ask(command), reply) << command;
-}
-
-void expectReplies(FTPClient& client, const Replies& replies) {
-    for (const auto& [reply, commands] : replies)
+static void expectDialogue(FTPClient& client, const Dialogue& dialogue,
+                           const std::string& insteadOfAll = {}) {
+    for (const auto& [reply, commands] : dialogue)
         for (const auto& command : commands)
-            EXPECT_EQ(client.ask(command), reply) << command;
+            EXPECT_EQ(client.ask(command), insteadOfAll.empty() ? reply : insteadOfAll) << command;
 }
 
-const Replies forAnyone{
+const Dialogue forAnyone{
     {ok, {"OPTS UTF8 ON", "NOOP", "CLNT x", "ABOR"}},
     {notImplemented, {"AUTH TLS", "PBSZ 0", "PROT P", "STOR x", "MKD x", "   ", "\tNOOP"}},
     {"257 \"/\" is the current directory\r\n", {"pwd", "XPWD x"}},
@@ -46,7 +38,7 @@ const Replies forAnyone{
     {"504 Only file structure is supported.\r\n", {"STRU R", "STRU"}},
 };
 
-const Replies afterLogin{
+const Dialogue afterLogin{
     {changedTo + "/docs/in \"quotes\"\r\n", {"CWD docs//x/../in \"quotes\"/", "CWD"}},
     {changedTo + "/docs\r\n", {"CDUP away", "XCWD /docs"}},
     {"213 5\r\n", {"SIZE notes.txt", "SIZE /absolute/notes.txt"}},
@@ -64,25 +56,20 @@ const Replies afterLogin{
     {"501 Invalid REST argument.\r\n", {"REST -1"}},
 };
 
-class FTPCommands : public FTPTest {};
-
-TEST_F(FTPCommands, AnswerAsTheTableSays) {
-    folder.makeFolder("docs/in \"quotes\"");
-    folder.link("away", "/etc");
-    folder.link("absolute", folder.path("docs"));
-    mkfifo(folder.path("fifo").c_str(), 0644);
+TEST(FTPCommands, AnswerAsTheTableSays) {
+    const FTPFolder served;
+    served.folder.makeFolder("docs/in \"quotes\"");
+    served.folder.link("away", "/etc");
+    served.folder.link("absolute", served.folder.path("docs"));
+    mkfifo(served.folder.path("fifo").c_str(), 0644);
     const timespec times[2] = {{1709647629, 999999999}, {1709647629, 999999999}};
-    utimensat(AT_FDCWD, folder.write("docs/notes.txt", "12345").c_str(), times, 0);
-    serve();
-    FTPClient client(port);
-    expectReplies(client, forAnyone);
-    Replies refused = afterLogin;
-    for (auto& [reply, commands] : refused)
-        reply = loginRequired;
-    expectReplies(client, refused);
-    expectReplies(client, {{loginRequired, {"PASV", "EPSV"}}, {loggedIn, {"PASS"}}});
-    expectReplies(client, forAnyone);
-    expectReplies(client, afterLogin);
+    utimensat(AT_FDCWD, served.folder.write("docs/notes.txt", "12345").c_str(), times, 0);
+    FTPClient client(served.port);
+    expectDialogue(client, forAnyone);
+    expectDialogue(client, afterLogin, loginRequired);
+    expectDialogue(client, {{loginRequired, {"PASV", "EPSV"}}, {loggedIn, {"PASS"}}});
+    expectDialogue(client, forAnyone);
+    expectDialogue(client, afterLogin);
     client.ask("CWD docs/in \"quotes\"");
     EXPECT_EQ(client.ask("PWD"), "257 \"/docs/in \"quotes\"\" is the current directory\r\n");
     EXPECT_TRUE(client.ask("MDTM /docs").starts_with("213 20"));
@@ -91,42 +78,40 @@ TEST_F(FTPCommands, AnswerAsTheTableSays) {
               "211 End\r\n");
 }
 
-TEST_F(FTPCommands, LoginNeedsBothNameAndPassword) {
-    serve(server::Credentials{"caf\u00E9", "s ecret"});
-    FTPClient client(port);
-    expectDialogue(client, {{"PASS s ecret", loginIncorrect},
-                            {"USER  caf\u00E9", "331 Password required for  caf\u00E9.\r\n"},
-                            {"PASS s ecret", loginIncorrect},
-                            {"user cafe\u0301", "331 Password required for cafe\u0301.\r\n"},
-                            {"PASS S ecret", loginIncorrect},
-                            {"CDUP", loginRequired},
-                            {"PASS s ecret", loggedIn},
-                            {"CDUP", changedTo + "/\r\n"},
-                            {"PASS ", loginIncorrect},
-                            {"CDUP", loginRequired},
-                            {"PASS s ecret", loggedIn},
-                            {"USER", "331 Password required for .\r\n"},
-                            {"CDUP", loginRequired}});
+TEST(FTPCommands, LoginNeedsBothNameAndPassword) {
+    const FTPFolder served(server::Credentials{"caf\u00E9", "s ecret"});
+    FTPClient client(served.port);
+    expectDialogue(client, {{loginIncorrect, {"PASS s ecret"}},
+                            {"331 Password required for  caf\u00E9.\r\n", {"USER  caf\u00E9"}},
+                            {loginIncorrect, {"PASS s ecret"}},
+                            {"331 Password required for cafe\u0301.\r\n", {"user cafe\u0301"}},
+                            {loginIncorrect, {"PASS S ecret"}},
+                            {loginRequired, {"CDUP"}},
+                            {loggedIn, {"PASS s ecret"}},
+                            {changedTo + "/\r\n", {"CDUP"}},
+                            {loginIncorrect, {"PASS "}},
+                            {loginRequired, {"CDUP"}},
+                            {loggedIn, {"PASS s ecret"}},
+                            {"331 Password required for .\r\n", {"USER"}},
+                            {loginRequired, {"CDUP"}}});
 }
 
-TEST_F(FTPCommands, LinesAreFramedHoweverTheyArrive) {
-    serve();
+TEST(FTPCommands, LinesAreFramedHoweverTheyArrive) {
+    const FTPFolder served;
     const std::string syst = "215 UNIX Type: L8\r\n";
-    const std::vector<std::pair<std::vector<std::string>, std::string>> cases{
-        {{"NOOP\nNOOP\r\n\r\n\n\r\r\nSYST\r\n"}, ok + ok + syst},
-        {{"NO", "OP\r", "\nSYST\n"}, ok + syst},
-        {{"NOOP \xc3\x28\r\n\xff\xfe\r\nSYST\r\n"}, syst},
-        {{std::string(5000, 'x'), "NOOP\r\n"}, ok},
-        {{std::string(4092, ' ') + "NOOP", "\r\n"}, ok},
-        {{std::string(4093, ' ') + "NOOP", "\r\n"}, ""},
-        {{std::string(5000, 'x') + "\nNOOP\n"}, notImplemented + ok},
-        {{"QUIT\r\nNOOP\r\nSYST\r\n"}, "221 Goodbye.\r\n" + ok + syst},
-    };
-    FTPClient urgent(port);
+    FTPClient urgent(served.port);
     ::send(urgent.descriptor(), "ABOR\r\n", 6, MSG_OOB);
     EXPECT_EQ(urgent.ask("SYST", syst), ok + syst);
-    for (const auto& [segments, replies] : cases) {
-        FTPClient client(port);
+    for (const auto& [replies, segments] :
+         Dialogue{{ok + ok + syst, {"NOOP\nNOOP\r\n\r\n\n\r\r\nSYST\r\n"}},
+                  {ok + syst, {"NO", "OP\r", "\nSYST\n"}},
+                  {syst, {"NOOP \xc3\x28\r\n\xff\xfe\r\nSYST\r\n"}},
+                  {ok, {std::string(5000, 'x'), "NOOP\r\n"}},
+                  {ok, {std::string(4092, ' ') + "NOOP", "\r\n"}},
+                  {"", {std::string(4093, ' ') + "NOOP", "\r\n"}},
+                  {notImplemented + ok, {std::string(5000, 'x') + "\nNOOP\n"}},
+                  {"221 Goodbye.\r\n" + ok + syst, {"QUIT\r\nNOOP\r\nSYST\r\n"}}}) {
+        FTPClient client(served.port);
         for (const auto& segment : segments) {
             client.send(segment);
             test::sleepFor(30ms);
@@ -137,9 +122,9 @@ TEST_F(FTPCommands, LinesAreFramedHoweverTheyArrive) {
     }
 }
 
-TEST_F(FTPCommands, WaitForAClientThatDoesNotRead) {
-    serve();
-    FTPClient silent(port);
+TEST(FTPCommands, WaitForAClientThatDoesNotRead) {
+    const FTPFolder served;
+    FTPClient silent(served.port);
     const std::string command = "TYPE " + std::string(1000, 'x') + "\n";
     constexpr std::size_t moreThanTheKernelHolds = 32 << 20;
     std::size_t sent = 0;
@@ -152,14 +137,12 @@ TEST_F(FTPCommands, WaitForAClientThatDoesNotRead) {
     while (sent < moreThanTheKernelHolds && test::eventually(sendSome, 300ms)) {
     }
     EXPECT_LT(sent, moreThanTheKernelHolds);
-    EXPECT_EQ(FTPClient(port).ask("NOOP"), ok);
+    EXPECT_EQ(FTPClient(served.port).ask("NOOP"), ok);
     const std::string reply = "200 Type set to " + std::string(1000, 'X') + "\r\n";
     for (std::size_t count = sent / command.size(); count > 0; --count)
         ASSERT_EQ(silent.receiveUntil("\r\n"), reply) << count;
     silent.send(command.substr(sent % command.size()) + "QUIT\n");
     EXPECT_EQ(silent.receiveAll(), reply + "221 Goodbye.\r\n");
 }
-
-} // namespace
 
 } // namespace quorvel::ftp

@@ -1,11 +1,10 @@
 #pragma once
 
-#include "support/SocketClient.h"
+#include "support/NothingLeft.h"
 
 #include "platform/Listener.h"
 
 #include <future>
-#include <gmock/gmock.h>
 #include <mutex>
 
 namespace quorvel::platform {
@@ -19,21 +18,30 @@ class Events {
         const std::lock_guard lock(mutex_);
         events_.push_back(event);
     }
-    void add(const std::string& event, std::error_code error) {
-        add(event + (error ? posixErrorName(error.value()) : "ok"));
-    }
     /// The first so many, or fewer when no more come.
-    std::vector<std::string> first(std::size_t count) const {
+    std::vector<std::string> first(std::size_t count) {
         test::eventually([&] { return all().size() >= count; });
         return all();
     }
-    std::vector<std::string> all() const {
+    std::vector<std::string> all() {
         const std::lock_guard lock(mutex_);
         return events_;
     }
+    /// Handlers that add how it went.
+    auto adding(const std::string& name) {
+        return [this, name](std::error_code error) {
+            add(name + (error ? " " + posixErrorName(error.value()) : " ok"));
+        };
+    }
+    auto addingReceived() {
+        return [this](const Received& got) {
+            if (got.error) return adding("received")(got.error);
+            add(got.endOfStream ? "end of stream" : std::string(got.bytes));
+        };
+    }
 
   private:
-    mutable std::mutex mutex_;
+    std::mutex mutex_;
     std::vector<std::string> events_;
 };
 
@@ -77,34 +85,17 @@ class QueueHost {
 
 /// A connection with its client at the other end; the connection is touched on the queue only.
 class ConnectionPair {
-  public:
-    ConnectionPair() : host([this](const ConnectionPtr& made) { accepted_.set_value(made); }) {
-        client.emplace(host.port());
-        connection = accepted_.get_future().get();
-    }
-    ~ConnectionPair() {
-        if (connection) host.run([this] { connection.reset(); });
-    }
-
-    std::optional<test::SocketClient> client;
-    ConnectionPtr connection;
-
-  private:
     std::promise<ConnectionPtr> accepted_;
 
   public:
-    QueueHost host;
+    ~ConnectionPair() {
+        if (connection) run([this] { connection.reset(); });
+    }
+    void run(Task work) const { host.run(std::move(work)); }
+
+    QueueHost host{[this](const ConnectionPtr& made) { accepted_.set_value(made); }};
+    test::SocketClient client{host.port()};
+    ConnectionPtr connection = accepted_.get_future().get();
 };
-
-inline Connection::SendHandler report(Events& events, const std::string& name) {
-    return [&events, name](std::error_code error) { events.add(name + " ", error); };
-}
-
-inline Connection::ReceiveHandler reportReceived(Events& events) {
-    return [&events](const Received& received) {
-        if (received.error) return events.add("received ", received.error);
-        events.add(received.endOfStream ? "end of stream" : std::string(received.bytes));
-    };
-}
 
 } // namespace quorvel::platform

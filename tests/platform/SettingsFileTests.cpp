@@ -2,15 +2,10 @@
 
 #include "platform/SettingsFile.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 namespace quorvel::platform {
-
-namespace {
 
 namespace fs = std::filesystem;
 using Data = SettingsFile::Data;
@@ -34,16 +29,14 @@ TEST_F(SettingsFileTest, BringsEveryTypeBackAfterARestart) {
     const SettingsFile read(path_);
     for (std::size_t i = 0; i < values.size(); ++i) {
         const auto key = std::to_string(i);
-        if (const auto* const text = std::get_if<std::string>(&values[i])) {
-            EXPECT_EQ(read.string(key), *text);
-            continue;
-        }
-        const auto* const number = std::get_if<std::int64_t>(&values[i]);
-        const auto* const flag = std::get_if<bool>(&values[i]);
-        const auto* const data = std::get_if<Data>(&values[i]);
-        EXPECT_EQ(read.integer(key), number ? std::optional(*number) : std::nullopt);
-        EXPECT_EQ(read.boolean(key), flag ? std::optional(*flag) : std::nullopt);
-        EXPECT_EQ(read.data(key), data ? std::optional(*data) : std::nullopt);
+        const auto expect = [&]<class Type>(const std::optional<Type>& value) {
+            const auto* const set = std::get_if<Type>(&values[i]);
+            EXPECT_EQ(value, set ? std::optional(*set) : std::nullopt) << key;
+        };
+        expect(read.integer(key));
+        expect(read.boolean(key));
+        const bool isText = std::holds_alternative<std::string>(values[i]);
+        isText ? expect(read.string(key)) : expect(read.data(key));
     }
     EXPECT_FALSE(read.string("missing") || read.integer("0") || read.string("5"));
 }
@@ -90,16 +83,14 @@ TEST_F(SettingsFileTest, SaysEachTimeThatItCouldNotWrite) {
 }
 
 TEST(SettingsFile, StandsInTheUsersConfigurationFolder) {
-    setenv("HOME", "/home/someone", 1);
-    setenv("XDG_CONFIG_HOME", "/elsewhere", 1);
-    EXPECT_EQ(SettingsFile::defaultPath(), "/elsewhere/quorvel-server/settings.json");
-    for (const char* const ignored : {"", "relative/path"}) {
-        setenv("XDG_CONFIG_HOME", ignored, 1);
+    using Pair = std::pair<const char*, const char*>;
+    setenv("HOME", "/home/me", 1);
+    for (const auto& [variable, folder] :
+         {Pair{"/else", "/else"}, Pair{"", "/home/me/.config"}, Pair{"a/b", "/home/me/.config"}}) {
+        setenv("XDG_CONFIG_HOME", variable, 1);
         EXPECT_EQ(SettingsFile::defaultPath(),
-                  "/home/someone/.config/quorvel-server/settings.json");
+                  std::string(folder) + "/quorvel-server/settings.json");
     }
 }
-
-} // namespace
 
 } // namespace quorvel::platform

@@ -1,60 +1,50 @@
 #pragma once
 
+#include "platform/Descriptor.h"
+
 #include <chrono>
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <thread>
 
 namespace quorvel::test {
 
 /// A client that blocks, for looking at the bytes on the wire. Every wait is bounded.
 class SocketClient {
   public:
-    /// Connects to the address ("127.0.0.1" or "::1"); a test assertion tells when it fails.
+    /// Connects to the address; a test assertion tells when it fails.
     explicit SocketClient(std::uint16_t port, const std::string& address = "127.0.0.1");
-    ~SocketClient();
-    SocketClient(SocketClient&& other) noexcept;
-    SocketClient& operator=(SocketClient&& other) = delete;
 
     /// Sends all of it; false when the server has closed.
     bool send(std::string_view bytes) const;
     void finishSending() const;
 
     /// All bytes up to the end of the stream. `wasReset` tells how it ended.
-    std::string receiveAll(std::chrono::milliseconds limit = std::chrono::seconds(20));
-    /// Bytes up to and including the first occurrence of `mark`; what came until the limit
-    /// when it never comes.
-    std::string receiveUntil(std::string_view mark,
-                             std::chrono::milliseconds limit = std::chrono::seconds(20));
-    std::string receiveExactly(std::size_t count,
-                               std::chrono::milliseconds limit = std::chrono::seconds(20));
-    /// Whatever comes within the time, for "no reply".
-    std::string receiveFor(std::chrono::milliseconds time);
+    std::string receiveAll();
+    /// Bytes up to and including the first occurrence of `mark`; what came until the end or the
+    /// limit when it never comes.
+    std::string receiveUntil(std::string_view mark);
 
     bool wasReset() const { return wasReset_; }
-    /// A small receive buffer, for a client that reads slowly.
-    void shrinkReceiveBuffer() const;
-    void close();
-    int descriptor() const { return descriptor_; }
+    void close() { socket_.reset(); }
+    int descriptor() const { return socket_.number(); }
 
   private:
-    enum class Outcome { bytes, end, timeout };
-    Outcome receiveMore(std::chrono::steady_clock::time_point deadline);
-    std::string take(std::size_t count);
+    bool receiveMore(std::chrono::steady_clock::time_point deadline);
 
-    int descriptor_ = -1;
+    platform::Descriptor socket_;
     std::string buffer_;
+    bool hasEnded_ = false;
     bool wasReset_ = false;
 };
 
 /// A port on which nothing listens at the moment.
 std::uint16_t freePort();
 
-/// The number of open descriptors and of threads of this process.
-std::size_t openDescriptorCount();
-std::size_t threadCount();
-
-void sleepFor(std::chrono::milliseconds time);
+inline void sleepFor(std::chrono::milliseconds time) {
+    std::this_thread::sleep_for(time);
+}
 
 /// Asks until the condition holds; false after the limit.
 template <class Condition>

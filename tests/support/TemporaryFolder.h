@@ -1,6 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <string_view>
 
@@ -9,8 +12,15 @@ namespace quorvel::test {
 /// A folder of its own for one test, deleted with everything in it at the end.
 class TemporaryFolder {
   public:
-    TemporaryFolder();
-    ~TemporaryFolder();
+    TemporaryFolder() {
+        namespace fs = std::filesystem;
+        path_ = fs::canonical(fs::temp_directory_path()) / "quorvel-test-XXXXXX";
+        mkdtemp(path_.data());
+    }
+    ~TemporaryFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
@@ -18,16 +28,34 @@ class TemporaryFolder {
     std::string path(std::string_view name) const { return path_ + "/" + std::string(name); }
 
     /// Each makes missing parent folders and returns the absolute path.
-    std::string write(std::string_view name, std::string_view content = {}) const;
-    std::string writeSparse(std::string_view name, std::int64_t size) const;
-    std::string makeFolder(std::string_view name) const;
-    std::string link(std::string_view name, std::string_view target) const;
+    std::string makeFolder(std::string_view name) const {
+        std::filesystem::create_directories(path(name));
+        return path(name);
+    }
+    std::string write(std::string_view name, std::string_view content = {}) const {
+        makeFolder(name.substr(0, name.rfind('/') + 1));
+        std::ofstream(path(name), std::ios::binary) << content;
+        return path(name);
+    }
+    std::string writeSparse(std::string_view name, std::uintmax_t size) const {
+        std::filesystem::resize_file(write(name), size);
+        return path(name);
+    }
+    void link(std::string_view name, std::string_view target) const {
+        makeFolder(name.substr(0, name.rfind('/') + 1));
+        std::filesystem::create_symlink(target, path(name));
+    }
 
   private:
     std::string path_;
 };
 
 /// Content in which every position is recognisable, so that a shifted transfer shows.
-std::string patternedContent(std::size_t size);
+inline std::string patternedContent(std::size_t size) {
+    std::string content(size, '\0');
+    for (std::size_t i = 0; i < size; ++i)
+        content[i] = static_cast<char>((i * 31 + i / 251) & 0xFF);
+    return content;
+}
 
 } // namespace quorvel::test
