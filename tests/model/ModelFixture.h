@@ -1,30 +1,97 @@
 #pragma once
 
-#include "support/ModelFakes.h"
 #include "support/TemporaryFolder.h"
-#include "support/VirtualMainQueue.h"
 
 #include "model/MemorySettingsStore.h"
+#include "model/Pasteboard.h"
 #include "model/ServerModel.h"
 
 #include <gtest/gtest.h>
+#include <map>
+#include <mutex>
 
 namespace quorvel::model {
+
+/// A main queue whose time passes only in `advance`. Tasks may be posted by any thread and run
+/// on the one that calls `advance`.
+class VirtualMainQueue final : public MainQueue {
+  public:
+    void post(platform::Task task) override { postAfter({}, std::move(task)); }
+    void postAfter(std::chrono::milliseconds delay, platform::Task task) override {
+        const std::lock_guard lock(mutex_);
+        tasks_.emplace(now_ + delay, std::move(task));
+    }
+    /// Runs what is due until then, in the order of time and posting.
+    void advance(std::chrono::milliseconds time = {}) {
+        std::unique_lock lock(mutex_);
+        const auto end = now_ + time;
+        while (!tasks_.empty() && tasks_.begin()->first <= end) {
+            auto next = tasks_.extract(tasks_.begin());
+            now_ = next.key();
+            lock.unlock();
+            std::exchange(next.mapped(), {})();
+            lock.lock();
+        }
+        now_ = end;
+    }
+
+  private:
+    std::mutex mutex_;
+    std::chrono::milliseconds now_{};
+    std::multimap<std::chrono::milliseconds, platform::Task> tasks_;
+};
+
+/// Starts as it is told to, and reports when the test calls `onReady` and `onError`.
+struct FakeServer final : server::FolderServer {
+    platform::Result<> start() override {
+        ++startCount;
+        return outcome;
+    }
+    void stop() override { ++stopCount; }
+
+    ServerType type{};
+    std::string root;
+    std::uint16_t port = 0;
+    std::optional<server::Credentials> credentials;
+    platform::Result<> outcome;
+    int startCount = 0;
+    int stopCount = 0;
+};
+
+struct FakePasteboard final : Pasteboard {
+    void setText(const std::string& text) override { texts.push_back(text); }
+
+    std::vector<std::string> texts;
+};
+
+/// Answers every panel with `choice` and keeps what the last panel said.
+struct FakeFolderChooser final : FolderChooser {
+    std::optional<std::string> chooseFolder(const FolderPanelTexts& texts) override {
+        shown = texts.prompt + "|" + texts.message;
+        return choice;
+    }
+
+    std::optional<std::string> choice;
+    std::string shown;
+};
 
 /// A model among fakes. The LAN address and what the servers do are set by the test.
 class ModelFixture : public testing::Test {
   protected:
     std::shared_ptr<ServerModel> makeModel(MemorySettingsStore::Values stored = {}) {
         store_ = std::make_shared<MemorySettingsStore>(std::move(stored));
-        Services services;
-        services.mainQueue = queue_;
-        services.defaults = store_;
-        services.folderChooser = chooser_;
-        services.makeServer = servers_.factory();
-        services.localIPv4Address = [this] { return lanAddress_; };
-        return ServerModel::create(std::move(services));
+        const auto makeServer = [this](auto type, auto root, auto port, auto credentials) {
+            if (exhausted_) throw std::system_error(exhausted_);
+            const auto made = std::make_shared<FakeServer>();
+            std::tie(made->type, made->root, made->port, made->credentials, made->outcome) =
+                std::tie(type, root, port, credentials, outcome_);
+            last_ = made;
+            ++made_;
+            return made;
+        };
+        return ServerModel::create(
+            {queue_, store_, chooser_, makeServer, [this] { return lanAddress_; }});
     }
-
     /// A model with all that a start needs.
     std::shared_ptr<ServerModel> makeStartable() {
         auto model = makeModel();
@@ -33,13 +100,27 @@ class ModelFixture : public testing::Test {
         return model;
     }
 
+    /// The server made last; none when nobody holds it any more.
+    std::shared_ptr<FakeServer> server() const { return last_.lock(); }
+    void becomeReady() const {
+        server()->onReady();
+        queue_->advance();
+    }
+    void fail(const std::string& message) const {
+        server()->onError(message);
+        queue_->advance();
+    }
+
     const test::TemporaryFolder folder_;
     std::optional<std::string> lanAddress_ = "192.168.1.20";
-    test::FakeServers servers_;
-    const std::shared_ptr<test::VirtualMainQueue> queue_ =
-        std::make_shared<test::VirtualMainQueue>();
-    const std::shared_ptr<test::FakeFolderChooser> chooser_ =
-        std::make_shared<test::FakeFolderChooser>();
+    /// What every server's start gives; with `exhausted_` none can be made.
+    platform::Result<> outcome_;
+    std::error_code exhausted_;
+    std::weak_ptr<FakeServer> last_;
+    int made_ = 0;
+    const std::shared_ptr<VirtualMainQueue> queue_ = std::make_shared<VirtualMainQueue>();
+    const std::shared_ptr<FakeFolderChooser> chooser_ = std::make_shared<FakeFolderChooser>();
+    const std::shared_ptr<FakePasteboard> pasteboard_ = std::make_shared<FakePasteboard>();
     std::shared_ptr<MemorySettingsStore> store_;
 };
 

@@ -4,17 +4,14 @@
 
 namespace quorvel::model {
 
-namespace {
-
 using Values = MemorySettingsStore::Values;
 using Data = SettingsStore::Data;
 using SettingsTest = ModelFixture;
 
-SettingsStore::Value text(const char* value) {
+static SettingsStore::Value text(const char* value) {
     return std::string(value);
 }
-
-SettingsStore::Value number(std::int64_t value) {
+static SettingsStore::Value number(std::int64_t value) {
     return value;
 }
 
@@ -26,26 +23,23 @@ TEST_F(SettingsTest, ReadsWhatIsStoredAndDefaultsWhereItIsUnusable) {
         CopyFormat format = CopyFormat::networkLine;
     };
     using enum ServerType;
-    const Case cases[] = {
-        {{}, http, 80},
-        {{{"server.type", text("FTP")}}, ftp, 21},
-        {{{"server.type", text("ftp")}}, http, 80},
-        {{{"server.type", number(1)}}, http, 80},
-        {{{"server.type", text("FTP")}, {"server.port", number(0)}}, ftp, 21},
-        {{{"server.type", text("FTP")}, {"server.port", number(-5)}}, ftp, 21},
-        {{{"server.port", number(70000)}}, http, 70000},
-        {{{"server.port", text("8080")}}, http, 80},
-        {{{"server.copyFormat", text("Network JSON")}}, http, 80, CopyFormat::networkJSON},
-        {{{"server.copyFormat", text("Local link")}}, http, 80, CopyFormat::localLine},
-        {{{"server.copyFormat", text("Local JSON")}}, http, 80, CopyFormat::localJSON},
-        {{{"server.copyFormat", text("local json")}}, http, 80},
-        {{{"server.useAuth", text("true")}, {"server.username", number(1)}}, http, 80},
-    };
-    for (const auto& [stored, type, port, format] : cases) {
+    using enum CopyFormat;
+    const std::string type = "server.type";
+    const std::string port = "server.port";
+    const std::string format = "server.copyFormat";
+    for (const auto& [stored, wantedType, wantedPort, wantedFormat] : std::initializer_list<Case>{
+             {{}, http, 80},
+             {{{type, text("FTP")}, {format, text("Network JSON")}}, ftp, 21, networkJSON},
+             {{{type, text("ftp")}, {format, text("Local link")}}, http, 80, localLine},
+             {{{type, number(1)}, {format, text("Local JSON")}}, http, 80, localJSON},
+             {{{type, text("FTP")}, {port, number(0)}, {format, text("local json")}}, ftp, 21},
+             {{{type, text("FTP")}, {port, number(-5)}, {"server.useAuth", text("true")}}, ftp, 21},
+             {{{port, number(70000)}, {"server.username", number(1)}}, http, 70000},
+             {{{port, text("8080")}}, http, 80}}) {
         const auto model = makeModel(stored);
-        EXPECT_EQ(model->serverType(), type);
-        EXPECT_EQ(model->port(), port);
-        EXPECT_EQ(model->copyFormat(), format);
+        EXPECT_EQ(model->serverType(), wantedType);
+        EXPECT_EQ(model->port(), wantedPort);
+        EXPECT_EQ(model->copyFormat(), wantedFormat);
         EXPECT_FALSE(model->useAuth());
         EXPECT_EQ(model->username() + model->password() + model->folderPath(), "");
         EXPECT_EQ(model->state(), State{});
@@ -91,7 +85,7 @@ TEST_F(SettingsTest, EverySetterStoresAndTellsAllObserversEvenWithoutAChange) {
 TEST_F(SettingsTest, ChoosingAFolderStoresItAndCancellingChangesNothing) {
     const auto model = makeModel();
     model->chooseFolder();
-    EXPECT_EQ(chooser_->shown.back(), "Choose|Choose a folder to share.");
+    EXPECT_EQ(chooser_->shown, "Choose|Choose a folder to share.");
     EXPECT_TRUE(store_->values().empty());
 
     chooser_->choice = "/srv/F\xC3\xA4 \xFF";
@@ -119,12 +113,10 @@ TEST_F(SettingsTest, TheBookmarkDecidesBeforeThePath) {
         std::string path;
         std::optional<std::string> resolved;
     };
-    const Case cases[] = {
-        {good, "/other", "/gone"}, {good, "", "/gone"},    {cutShort, "/other", {}},
-        {withNul, "/other", {}},   {Data{}, "/other", {}}, {otherVersion, "/other", {}},
-        {{}, "/other", "/other"},  {{}, "", {}},
-    };
-    for (const auto& [bookmark, path, resolved] : cases) {
+    for (const auto& [bookmark, path, resolved] :
+         {Case{good, "/other", "/gone"}, Case{good, "", "/gone"}, Case{cutShort, "/other", {}},
+          Case{withNul, "/other", {}}, Case{Data{}, "/other", {}}, Case{otherVersion, "/other", {}},
+          Case{{}, "/other", "/other"}, Case{{}, "", {}}}) {
         Values stored{{"server.folderPath", path}};
         if (bookmark) stored["server.folderBookmark"] = *bookmark;
         const auto model = makeModel(stored);
@@ -133,7 +125,5 @@ TEST_F(SettingsTest, TheBookmarkDecidesBeforeThePath) {
         EXPECT_EQ(store_->values(), stored);
     }
 }
-
-} // namespace
 
 } // namespace quorvel::model

@@ -6,36 +6,31 @@
 #include <thread>
 
 namespace quorvel::ui {
-namespace {
 
 using Menu = model::ModelFixture;
-
-std::vector<std::string> lines(const TrayMenu& menu) {
-    std::vector<std::string> lines;
-    for (const auto* action : menu.actions())
-        lines.push_back(action->isSeparator() ? "-"
-                                              : (action->isEnabled() ? "" : "disabled ") +
-                                                    action->text().toStdString());
-    return lines;
-}
 
 TEST_F(Menu, FollowsTheModel) {
     const auto model = makeStartable();
     int opened = 0;
     int quit = 0;
     TrayMenu menu(model, {[&] { ++opened; }, [&] { ++quit; }}, MenuDrawnBy::ourselves);
-    const auto expect = [&](const std::string& status, const std::string& toggle) {
-        EXPECT_EQ(lines(menu), (std::vector<std::string>{"disabled " + status, toggle, "-",
-                                                         "Settings…", "-", "Quit Quorvel Server"}));
+    const auto expect = [&](const QString& status, const QString& toggle) {
+        QStringList lines;
+        for (const auto* action : menu.actions())
+            lines << (action->isSeparator() ? "-"
+                      : action->isEnabled() ? ""
+                                            : "disabled ") +
+                         action->text();
+        const QStringList expected{"disabled " + status, toggle, "-",
+                                   "Settings…",          "-",    "Quit Quorvel Server"};
+        EXPECT_EQ(lines, expected) << lines.join('\n').toStdString();
     };
     expect("Server stopped", "Start Server");
     menu.actions().at(1)->trigger();
     expect("Starting…", "Stop Server");
-    servers_.last()->onReady();
-    queue_->runPosted();
+    becomeReady();
     expect("Serving http://192.168.1.20:8080/", "Stop Server");
-    servers_.last()->onError("No & more.");
-    queue_->runPosted();
+    fail("No & more.");
     expect("Error: No && more.", "Start Server");
     menu.actions().at(3)->trigger();
     menu.actions().at(5)->trigger();
@@ -45,25 +40,22 @@ TEST_F(Menu, FollowsTheModel) {
 }
 
 TEST(MenuTextTests, ShowsEveryCharacter) {
-    struct Case {
-        const char *text, *ourselves, *trayHost;
-    };
-    const Case cases[] = {{"a_b", "a_b", "a__b"},
-                          {"a&b&c", "a&&b&&c", "a&&b&c"},
-                          {"_&", "_&&", "__&&"},
-                          {"", "", ""}};
-    for (const auto& [text, ourselves, trayHost] : cases) {
+    using Case = std::array<const char*, 3>;
+    for (const auto& [text, ourselves, trayHost] :
+         {Case{"a_b", "a_b", "a__b"}, Case{"a&b&c", "a&&b&&c", "a&&b&c"}, Case{"_&", "_&&", "__&&"},
+          Case{"", "", ""}}) {
         EXPECT_EQ(menuText(text, MenuDrawnBy::ourselves), ourselves);
         EXPECT_EQ(menuText(text, MenuDrawnBy::trayHost), trayHost);
     }
 }
 
 TEST(ClosingRule, NeverLosesTheLastWayToARunningServer) {
-    EXPECT_EQ(closingRule(TrayKind::none, true), Closing::minimises);
-    EXPECT_EQ(closingRule(TrayKind::none, false), Closing::quits);
-    for (const auto tray : {TrayKind::embedded, TrayKind::statusNotifier})
-        for (const bool active : {false, true})
-            EXPECT_EQ(closingRule(tray, active), Closing::hides);
+    for (const bool active : {false, true}) {
+        EXPECT_EQ(closingRule(TrayKind::none, active),
+                  active ? Closing::minimises : Closing::quits);
+        EXPECT_EQ(closingRule(TrayKind::embedded, active), Closing::hides);
+        EXPECT_EQ(closingRule(TrayKind::statusNotifier, active), Closing::hides);
+    }
 }
 
 TEST(QtMainQueueTests, RunsInOrderOnTheMainThreadAndNeverInTheCall) {
@@ -77,5 +69,4 @@ TEST(QtMainQueueTests, RunsInOrderOnTheMainThreadAndNeverInTheCall) {
     EXPECT_EQ(ran, (std::vector{1, 2, 3}));
 }
 
-} // namespace
 } // namespace quorvel::ui

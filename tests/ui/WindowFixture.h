@@ -24,9 +24,8 @@ class WindowFixture : public model::ModelFixture {
         return *found;
     }
 
-    template <class Widget>
     std::string text(const char* name) const {
-        return child<Widget>(name).text().toStdString();
+        return child(name).property("text").toString().toStdString();
     }
 
     /// What the user types over the field's text; the editing does not end.
@@ -41,8 +40,6 @@ class WindowFixture : public model::ModelFixture {
         }
     }
 
-    const std::shared_ptr<test::FakePasteboard> pasteboard_ =
-        std::make_shared<test::FakePasteboard>();
     std::shared_ptr<model::ServerModel> model_;
     std::shared_ptr<model::CopyAction> copyAction_;
     std::unique_ptr<SettingsWindow> window_;

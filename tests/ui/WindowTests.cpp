@@ -8,61 +8,45 @@
 #include <QWheelEvent>
 
 namespace quorvel::ui {
-namespace {
-
-using model::State;
-
-struct Shown {
-    std::string button;
-    bool choose, server, start, copy;
-    std::string info;
-
-    bool operator==(const Shown&) const = default;
-};
-
-void PrintTo(const Shown& shown, std::ostream* out) {
-    *out << shown.button << shown.choose << shown.server << shown.start << shown.copy << " "
-         << shown.info;
-}
 
 class Window : public WindowFixture {
   protected:
-    Shown shown() const {
-        return {text<QPushButton>("startButton"),
-                child("chooseButton").isEnabled(),
-                child("serverType").parentWidget()->isEnabled(),
-                child("startButton").isEnabled(),
-                child("copyRow").isEnabled(),
-                child<QPlainTextEdit>("infoText").toPlainText().toStdString()};
+    /// The start button's title, what can be used, and the information.
+    void expectShown(const std::string& button, const std::string& enabled,
+                     const std::string& info) const {
+        EXPECT_EQ(text("startButton"), button);
+        std::string names;
+        for (const auto* const name : {"chooseButton", "port", "startButton", "copyRow"})
+            if (child(name).isEnabled()) names += std::string(" ") + name;
+        EXPECT_EQ(names, enabled);
+        EXPECT_EQ(child<QPlainTextEdit>("infoText").toPlainText().toStdString(), info);
     }
 };
 
 TEST_F(Window, ShowsEveryStateOfTheModel) {
     open(makeStartable());
     const std::string stopped = "Server is stopped.";
-    EXPECT_EQ(shown(), (Shown{"Start", true, true, true, false, stopped}));
+    const std::string all = " chooseButton port startButton";
+    expectShown("Start", all, stopped);
     model_->start();
-    EXPECT_EQ(shown(), (Shown{"Stop", false, false, true, false, stopped}));
-    servers_.last()->onReady();
-    queue_->runPosted();
-    EXPECT_EQ(shown(), (Shown{"Stop", false, false, true, true, model_->infoText()}));
-    servers_.last()->onError("Gone.");
-    queue_->runPosted();
-    EXPECT_EQ(shown(), (Shown{"Start", true, true, true, false, "Error: Gone."}));
+    expectShown("Stop", " startButton", stopped);
+    becomeReady();
+    expectShown("Stop", " startButton copyRow", model_->infoText());
+    fail("Gone.");
+    expectShown("Start", all, "Error: Gone.");
     model_->setPort(0);
     model_->start();
-    EXPECT_EQ(shown(),
-              (Shown{"Start", true, true, true, false, "Enter a port between 1 and 65535."}));
+    expectShown("Start", all, "Enter a port between 1 and 65535.");
 }
 
 TEST_F(Window, AsksForAFolderFirst) {
     open(makeModel());
-    EXPECT_EQ(shown(), (Shown{"Start", true, true, false, false, "Server is stopped."}));
-    EXPECT_EQ(text<QLabel>("folderText"), "No folder chosen");
+    expectShown("Start", " chooseButton port", "Server is stopped.");
+    EXPECT_EQ(text("folderText"), "No folder chosen");
     EXPECT_EQ(child("folderText").foregroundRole(), QPalette::PlaceholderText);
     chooser_->choice = folder_.path();
     QTest::mouseClick(&child("chooseButton"), Qt::LeftButton);
-    EXPECT_EQ(text<QLabel>("folderText"), folder_.path());
+    EXPECT_EQ(text("folderText"), folder_.path());
     EXPECT_EQ(child("folderText").foregroundRole(), QPalette::WindowText);
     EXPECT_TRUE(child("startButton").isEnabled());
 }
@@ -73,14 +57,14 @@ TEST_F(Window, StoresEveryEditAtOnce) {
     type("username", "bö b");
     type("password", "s3cret");
     Q_EMIT child<Picker>("serverType").activated(1);
-    EXPECT_EQ(text<QLineEdit>("port"), "21");
+    EXPECT_EQ(text("port"), "21");
     type("port", "2121");
-    const auto& stored = store_->values();
-    EXPECT_EQ(stored.at("server.useAuth"), model::SettingsStore::Value(true));
-    EXPECT_EQ(stored.at("server.username"), model::SettingsStore::Value(std::string("bö b")));
-    EXPECT_EQ(stored.at("server.password"), model::SettingsStore::Value(std::string("s3cret")));
-    EXPECT_EQ(stored.at("server.type"), model::SettingsStore::Value(std::string("FTP")));
-    EXPECT_EQ(stored.at("server.port"), model::SettingsStore::Value(std::int64_t{2121}));
+    const model::MemorySettingsStore::Values expected{{"server.useAuth", true},
+                                                      {"server.username", std::string("bö b")},
+                                                      {"server.password", std::string("s3cret")},
+                                                      {"server.type", std::string("FTP")},
+                                                      {"server.port", std::int64_t{2121}}};
+    EXPECT_EQ(store_->values(), expected);
 }
 
 TEST_F(Window, MasksThePasswordAndKeepsALoginThatIsNotAskedFor) {
@@ -90,8 +74,8 @@ TEST_F(Window, MasksThePasswordAndKeepsALoginThatIsNotAskedFor) {
     QTest::mouseClick(&child("useAuth"), Qt::LeftButton, {}, {8, 8});
     for (const auto* field : {"username", "password"})
         EXPECT_FALSE(child(field).isEnabled());
-    EXPECT_EQ(text<QLineEdit>("username"), "bob");
-    EXPECT_EQ(text<QLineEdit>("password"), "s3cret");
+    EXPECT_EQ(text("username"), "bob");
+    EXPECT_EQ(text("password"), "s3cret");
     EXPECT_EQ(child<QLineEdit>("password").displayText().indexOf('s'), -1);
 }
 
@@ -101,39 +85,36 @@ TEST_F(Window, TakesAnyNumberAsPortAndLeavesItsJudgementToTheStart) {
         std::int64_t port;
         const char* afterwards;
     };
-    const Case cases[] = {
-        {"8080", "8080", 8080, "8080"},
-        {"70000", "70000", 70000, "70000"},
-        {"", "", 443, "443"},
-        {"-", "-", 443, "443"},
-        {"-5", "-5", -5, "-5"},
-        {"00x21 ", "0021", 21, "21"},
-        {"٨٠", "٨٠", 80, "80"},
-        {"9223372036854775808", "9223372036854775808", 922337203685477580, "922337203685477580"},
-    };
-    for (const auto& [typed, whileEditing, port, afterwards] : cases) {
+    for (const auto& [typed, whileEditing, port, afterwards] :
+         {Case{"8080", "8080", 8080, "8080"}, Case{"70000", "70000", 70000, "70000"},
+          Case{"", "", 443, "443"}, Case{"-", "-", 443, "443"}, Case{"-5", "-5", -5, "-5"},
+          Case{"00x21 ", "0021", 21, "21"}, Case{"٨٠", "٨٠", 80, "80"},
+          Case{"9223372036854775808", "9223372036854775808", 922337203685477580,
+               "922337203685477580"}}) {
         open(makeModel({{"server.port", std::int64_t{443}}}));
         type("port", typed);
-        EXPECT_EQ(text<QLineEdit>("port"), whileEditing);
+        EXPECT_EQ(text("port"), whileEditing);
         model_->setUsername("a change of something else");
-        EXPECT_EQ(text<QLineEdit>("port"), whileEditing);
+        EXPECT_EQ(text("port"), whileEditing);
         EXPECT_EQ(model_->port(), port) << typed;
         QTest::keyClick(&child("port"), Qt::Key_Return);
-        EXPECT_EQ(text<QLineEdit>("port"), afterwards);
+        EXPECT_EQ(text("port"), afterwards);
     }
 }
 
 TEST_F(Window, StartsAndStopsWithReturnFromEverywhere) {
+    const model::State stopped{};
+    const model::State starting{model::State::Case::starting};
     open(makeStartable());
     for (const auto* name : {"chooseButton", "serverType", "port", "useAuth", "infoText"}) {
         child(name).setFocus();
         QTest::keyClick(&child(name), Qt::Key_Return);
-        EXPECT_EQ(model_->state(), State{State::Case::starting}) << name;
+        EXPECT_EQ(model_->state(), starting) << name;
         QKeyEvent held(QEvent::KeyPress, Qt::Key_Return, {}, {}, true);
         QCoreApplication::sendEvent(window_.get(), &held);
-        EXPECT_EQ(model_->state(), State{State::Case::starting}) << name;
+        EXPECT_EQ(model_->state(), starting) << name;
         QTest::keyClick(window_.get(), Qt::Key_Enter);
-        EXPECT_EQ(model_->state(), State{State::Case::stopped}) << name;
+        EXPECT_EQ(model_->state(), stopped) << name;
     }
 }
 
@@ -142,18 +123,17 @@ TEST_F(Window, CopiesWhenAFormatIsPickedAndConfirmsItForAMoment) {
     Q_EMIT child<Picker>("copyFormat").activated(3);
     EXPECT_TRUE(pasteboard_->texts.empty());
     model_->start();
-    servers_.last()->onReady();
-    queue_->runPosted();
+    becomeReady();
     Q_EMIT child<Picker>("copyFormat").activated(3);
     QTest::mouseClick(&child("copyButton"), Qt::LeftButton);
     const std::string json = R"({ "url": "http://127.0.0.1:8080/" })";
     EXPECT_EQ(pasteboard_->texts, (std::vector{json, json}));
     EXPECT_EQ(child<Picker>("copyFormat").currentText(), "Local JSON");
-    EXPECT_EQ(text<QPushButton>("copyButton"), "Copied");
+    EXPECT_EQ(text("copyButton"), "Copied");
     queue_->advance(std::chrono::milliseconds(1199));
-    EXPECT_EQ(text<QPushButton>("copyButton"), "Copied");
+    EXPECT_EQ(text("copyButton"), "Copied");
     queue_->advance(std::chrono::milliseconds(1));
-    EXPECT_EQ(text<QPushButton>("copyButton"), "Copy");
+    EXPECT_EQ(text("copyButton"), "Copy");
 }
 
 TEST_F(Window, ChoosesNothingByScrolling) {
@@ -199,9 +179,9 @@ TEST_F(Window, LeadsTheKeyboardFromTopToBottomAndNamesEveryStop) {
 TEST_F(Window, TellsItsVersion) {
     const std::string maker = "A local-network companion by Brenvik · ";
     open(makeModel(), "1.2");
-    EXPECT_EQ(text<QLabel>("aboutSubtitle"), maker + "1.2");
+    EXPECT_EQ(text("aboutSubtitle"), maker + "1.2");
     open(makeModel(), "");
-    EXPECT_EQ(text<QLabel>("aboutSubtitle"), maker + "—");
+    EXPECT_EQ(text("aboutSubtitle"), maker + "—");
 }
 
 TEST_F(Window, ClosesAsItIsTold) {
@@ -210,19 +190,15 @@ TEST_F(Window, ClosesAsItIsTold) {
         bool visible, minimised;
         int quits;
     };
-    const Case cases[] = {{Closing::hides, false, false, 0},
-                          {Closing::minimises, true, true, 0},
-                          {Closing::quits, false, false, 1}};
-    for (const auto& [rule, visible, minimised, quits] : cases) {
+    for (const auto& [rule, visible, minimised, quits] :
+         {Case{Closing::hides, false, false, 0}, Case{Closing::minimises, true, true, 0},
+          Case{Closing::quits, false, false, 1}}) {
         for (const bool byEscape : {false, true}) {
             int quit = 0;
             open(makeModel());
             window_->closing = [rule = rule] { return rule; };
             window_->onQuit = [&quit] { ++quit; };
-            if (byEscape)
-                QTest::keyClick(window_.get(), Qt::Key_Escape);
-            else
-                window_->close();
+            byEscape ? QTest::keyClick(window_.get(), Qt::Key_Escape) : void(window_->close());
             EXPECT_EQ(window_->isVisible(), visible);
             EXPECT_EQ(window_->isMinimized(), minimised);
             EXPECT_EQ(quit, quits);
@@ -230,5 +206,4 @@ TEST_F(Window, ClosesAsItIsTold) {
     }
 }
 
-} // namespace
 } // namespace quorvel::ui

@@ -4,11 +4,8 @@
 #include <gtest/gtest.h>
 #include <memory>
 
-namespace {
-
 /// One QApplication around all tests, on Qt's platform without a screen.
 class WithQt final : public testing::Environment {
-  public:
     void SetUp() override {
         qputenv("QT_QPA_PLATFORM", "offscreen");
         static int count = 1;
@@ -19,10 +16,7 @@ class WithQt final : public testing::Environment {
     }
     void TearDown() override { application_.reset(); }
 
-  private:
     std::unique_ptr<QApplication> application_;
 };
 
-[[maybe_unused]] auto* const withQt = testing::AddGlobalTestEnvironment(new WithQt);
-
-} // namespace
+[[maybe_unused]] static auto* const withQt = testing::AddGlobalTestEnvironment(new WithQt);
