@@ -4,12 +4,22 @@
 #include "platform/Listener.h"
 #include "platform/WorkQueue.h"
 
+#include <algorithm>
 #include <deque>
-#include <memory>
-#include <string>
-#include <vector>
+#include <utility>
 
 namespace quorvel::test {
+
+/// Everything that queues and connections do later waits here, for the calling thread.
+inline std::deque<platform::Task> tasks;
+
+inline void runTasks() {
+    while (!tasks.empty()) {
+        auto task = std::move(tasks.front());
+        tasks.pop_front();
+        task();
+    }
+}
 
 /// The far end of one connection, in the test's hands. Keeps the contract of `Connection`: every
 /// callback comes later than the call that asked for it.
@@ -20,27 +30,79 @@ class FakeConnection final : public platform::Connection,
     ~FakeConnection() override { --alive; }
 
     void onEnd(EndHandler handler) override { endHandler_ = std::move(handler); }
-    void receive(std::size_t maximum, ReceiveHandler handler) override;
-    void send(std::string bytes, SendHandler handler, platform::MoreToSend more) override;
+    void receive(std::size_t maximum, ReceiveHandler handler) override {
+        maximum_ = maximum;
+        receiveHandler_ = std::move(handler);
+        deliverSoon();
+    }
+    void send(std::string bytes, SendHandler handler, platform::MoreToSend) override {
+        if (!ended_) sent += bytes;
+        completeSoon(std::move(handler), bytes.size());
+    }
     void sendFile(std::shared_ptr<const platform::OpenFile> file, std::int64_t offset,
-                  std::size_t count, FileHandler handler, platform::MoreToSend more) override;
+                  std::size_t count, FileHandler handler, platform::MoreToSend) override {
+        std::string content(std::min<std::size_t>(count, 1 << 20), '\0');
+        content.resize(ended_ ? 0 : file->read(offset, content).value_or(0));
+        sent += content;
+        completeSoon([handler = std::move(handler), size = content.size()](
+                         auto error) mutable { handler(error, error ? 0 : size); },
+                     0);
+    }
     void finish(SendHandler handler) override { send({}, std::move(handler), {}); }
     std::size_t bytesWaiting() const override { return bytesWaiting_; }
     void cancel(platform::PeerInput) override { end({}); }
     std::optional<std::string> localIPv4Address() const override { return "127.0.0.1"; }
 
     /// What the peer does.
-    void deliver(std::string_view bytes, bool endOfStream = false);
-    void setReading(bool isReading);
+    void deliver(std::string_view bytes, bool endOfStream = false) {
+        input_ += bytes;
+        inputEnded_ = endOfStream;
+        deliverSoon();
+    }
+    void setReading(bool isReading) {
+        isReading_ = isReading;
+        if (!isReading) return;
+        bytesWaiting_ = 0;
+        for (auto& [handler, size] : std::exchange(stalled_, {}))
+            completeSoon(std::move(handler), size);
+    }
     void vanish() { end(std::make_error_code(std::errc::connection_reset)); }
 
     std::string sent;
     static inline int alive = 0;
 
   private:
-    void deliverSoon();
-    void completeSoon(SendHandler handler, std::size_t size);
-    void end(std::error_code reason);
+    void deliverSoon() {
+        tasks.emplace_back([self = shared_from_this()] {
+            const bool hasNews = self->ended_ || !self->input_.empty() || self->inputEnded_;
+            if (!self->receiveHandler_ || !hasNews) return;
+            auto handler = std::exchange(self->receiveHandler_, {});
+            if (self->ended_) return handler({{}, false, cancelled()});
+            const std::string bytes = self->input_.substr(0, self->maximum_);
+            self->input_.erase(0, bytes.size());
+            handler({bytes, bytes.empty(), {}});
+        });
+    }
+    void completeSoon(SendHandler handler, std::size_t size) {
+        if (!isReading_ && !ended_) {
+            bytesWaiting_ += size;
+            return void(stalled_.emplace_back(std::move(handler), size));
+        }
+        tasks.emplace_back([self = shared_from_this(), handler = std::move(handler)]() mutable {
+            if (handler) handler(self->ended_ ? cancelled() : std::error_code{});
+        });
+    }
+    void end(std::error_code reason) {
+        if (std::exchange(ended_, true)) return;
+        setReading(true);
+        deliverSoon();
+        tasks.emplace_back([self = shared_from_this(), reason] {
+            if (auto handler = std::exchange(self->endHandler_, {})) handler(reason);
+        });
+    }
+    static std::error_code cancelled() {
+        return std::make_error_code(std::errc::operation_canceled);
+    }
 
     std::string input_;
     std::size_t maximum_ = 0;
@@ -58,24 +120,61 @@ class FakeListener final : public platform::Listener,
   public:
     void onState(StateHandler handler) override { state_ = std::move(handler); }
     void onConnection(ConnectionHandler handler) override { connection_ = std::move(handler); }
-    void start(platform::WorkQueue& queue) override;
+    void start(platform::WorkQueue&) override {
+        tasks.emplace_back([self = shared_from_this()] {
+            if (const auto handler = self->state_) handler(State::ready, {});
+        });
+    }
     std::optional<std::uint16_t> port() const override { return 40000; }
-    void cancel() override;
+    void cancel() override {
+        // The caller may be one of the handlers, or owned by one.
+        tasks.emplace_back(
+            [state = std::exchange(state_, {}), connection = std::exchange(connection_, {})] {});
+    }
 
     /// A client that connects; none when the listener has been cancelled.
-    std::shared_ptr<FakeConnection> connect();
+    std::shared_ptr<FakeConnection> connect() {
+        if (!connection_) return nullptr;
+        auto connection = std::make_shared<FakeConnection>();
+        const auto handler = connection_;
+        handler(connection);
+        return connection;
+    }
+
+    /// The listener made last.
+    static inline std::weak_ptr<FakeListener> newest;
 
   private:
     StateHandler state_;
     ConnectionHandler connection_;
 };
 
-/// In place of the sockets and the threads, by linking before them: `Listener::create` and the
-/// queues. Every task waits for `runTasks` on the calling thread.
-struct FakeNetwork {
-    static void runTasks();
-    /// The listener made last.
-    static std::shared_ptr<FakeListener> newestListener();
-};
-
 } // namespace quorvel::test
+
+// In place of the sockets and the threads, by linking before them: for one file of a program.
+namespace quorvel::platform {
+
+Result<std::shared_ptr<Listener>> Listener::create(std::uint16_t) {
+    const auto listener = std::make_shared<test::FakeListener>();
+    test::FakeListener::newest = listener;
+    return listener;
+}
+
+WorkQueue::WorkQueue(std::string label, std::size_t, const ThreadSetup&)
+    : label_(std::move(label)) {}
+
+WorkQueue::~WorkQueue() = default;
+
+std::shared_ptr<WorkQueue> WorkQueue::serial(std::string label, const ThreadSetup&) {
+    return std::shared_ptr<WorkQueue>(new WorkQueue(std::move(label), 0, {}));
+}
+
+std::shared_ptr<WorkQueue> WorkQueue::concurrent(std::string label, const ThreadSetup&) {
+    return serial(std::move(label));
+}
+
+void WorkQueue::post(Task task) {
+    test::tasks.push_back(std::move(task));
+}
+
+} // namespace quorvel::platform

@@ -6,23 +6,19 @@
 
 using namespace quorvel;
 
-namespace {
-
-void checkReplies(std::string_view replies) {
+static void checkReplies(std::string_view replies) {
     while (!replies.empty()) {
         const auto line = test::takePart(replies);
         FUZZ_EXPECT(line.ends_with('\r') && (line[0] == ' ' || (line[0] >= '1' && line[0] <= '5')));
     }
 }
 
-} // namespace
-
 /// The bytes of a control connection. In between, byte 1 ends a segment, 2 lets a client connect
 /// to the data port, 3 lets it vanish, 4 lets the client read no replies and 5 read them again.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const auto server = ftp::FTPFileServer::create(test::fuzzFolder(), 2121, std::nullopt);
     FUZZ_EXPECT(server->start());
-    const auto mainListener = test::FakeNetwork::newestListener();
+    const auto mainListener = test::FakeListener::newest.lock();
     auto control = mainListener->connect();
     std::shared_ptr<test::FakeConnection> client;
     std::string_view input = test::textOf(data, size);
@@ -30,24 +26,24 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         const auto segment = input.substr(0, input.find_first_of("\1\2\3\4\5"));
         input.remove_prefix(segment.size());
         control->deliver(segment);
-        test::FakeNetwork::runTasks();
+        test::runTasks();
         const char event = input.empty() ? '\1' : input.front();
         input.remove_prefix(input.empty() ? 0 : 1);
-        const auto listener = test::FakeNetwork::newestListener();
+        const auto listener = test::FakeListener::newest.lock();
         if (event == '\2' && listener && listener != mainListener) client = listener->connect();
         if (event == '\3' && client) client->vanish();
         if (event == '\4' || event == '\5') control->setReading(event == '\5');
-        test::FakeNetwork::runTasks();
+        test::runTasks();
         FUZZ_EXPECT(!client || !client->sent.contains(test::fuzzSecret));
     }
     control->deliver({}, true);
     control->setReading(true);
-    test::FakeNetwork::runTasks();
-    server->stop();
-    test::FakeNetwork::runTasks();
+    test::runTasks();
     checkReplies(control->sent);
     control.reset();
     client.reset();
     FUZZ_EXPECT(test::FakeConnection::alive == 0);
+    server->stop();
+    test::runTasks();
     return 0;
 }

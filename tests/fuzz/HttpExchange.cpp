@@ -10,24 +10,23 @@ using namespace quorvel;
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const auto server = http::HTTPFileServer::create(test::fuzzFolder(), 8080, std::nullopt);
     FUZZ_EXPECT(server->start());
-    auto client = test::FakeNetwork::newestListener()->connect();
+    auto client = test::FakeListener::newest.lock()->connect();
     std::string_view input = test::textOf(data, size);
     while (!input.empty()) {
         client->deliver(test::takePart(input, '\1'));
-        test::FakeNetwork::runTasks();
+        test::runTasks();
     }
     client->deliver({}, true);
-    test::FakeNetwork::runTasks();
+    test::runTasks();
     server->stop();
 
     const std::string_view answer = client->sent;
     const auto headEnd = answer.find("\r\n\r\n");
-    FUZZ_EXPECT(answer.empty() || answer.starts_with("HTTP/1.1 "));
-    FUZZ_EXPECT(answer.empty() || headEnd != std::string_view::npos);
-    FUZZ_EXPECT(answer.empty() || answer.substr(0, headEnd).ends_with("Connection: close"));
+    FUZZ_EXPECT(answer.empty() || (answer.starts_with("HTTP/1.1 ") && headEnd != answer.npos &&
+                                   answer.substr(0, headEnd).ends_with("Connection: close")));
     FUZZ_EXPECT(!answer.contains(test::fuzzSecret));
     client.reset();
-    test::FakeNetwork::runTasks();
+    test::runTasks();
     FUZZ_EXPECT(test::FakeConnection::alive == 0);
     return 0;
 }

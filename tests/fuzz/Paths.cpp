@@ -6,15 +6,11 @@
 
 using namespace quorvel;
 
-namespace {
-
-bool isClean(std::string_view path) {
+static bool isClean(std::string_view path) {
     const std::string closed = std::string(path) + "/";
     return path.starts_with('/') && (path == "/" || !closed.contains("//")) &&
            !closed.contains("/./") && !closed.contains("/../");
 }
-
-} // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::string_view input = test::textOf(data, size);
