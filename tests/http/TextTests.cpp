@@ -43,33 +43,20 @@ TEST(RequestHead, IsReadLeniently) {
         EXPECT_FALSE(parseRequestHead(bad)) << bad;
 }
 
-TEST(Target, LosesItsQueryAndItsEscapes) {
-    struct Case {
-        std::string_view target, raw;
-        std::string decoded;
-    };
-    for (const auto& [target, raw, decoded] :
-         {Case{"/a?b", "/a", "/a"}, Case{"?a=b", "a=b", "a=b"}, Case{"??", "/", "/"},
-          Case{"??a?b", "a", "a"}, Case{"/?", "/", "/"}, Case{"/a%20b+1", "/a%20b+1", "/a b+1"},
-          Case{"/%3F%25", "/%3F%25", "/?%"}, Case{"/%FF%41", "/%FF%41", "/%FF%41"},
-          Case{"/%4", "/%4", "/%4"}, Case{"/%2e%2E/x", "/%2e%2E/x", "/../x"}}) {
-        EXPECT_EQ(rawPath(target), raw) << target;
-        EXPECT_EQ(decodedPath(raw), decoded) << target;
-    }
-}
-
-TEST(PathMapping, StaysInTheRootAndOnThisHost) {
-    struct Case {
-        const char *root, *path;
-        Text location;
-    };
+TEST(Target, LosesItsQueryAndItsEscapesAndStaysInTheRootAndOnThisHost) {
+    for (const auto& [target, decoded] :
+         {Pair{"/a?b", "/a"}, Pair{"?a=b", "a=b"}, Pair{"??", "/"}, Pair{"??a?b", "a"},
+          Pair{"/?", "/"}, Pair{"/a%20b+1", "/a b+1"}, Pair{"/%3F%25", "/?%"},
+          Pair{"/%FF%41", "/%FF%41"}, Pair{"/%4", "/%4"}, Pair{"/%2e%2E/x", "/../x"}})
+        EXPECT_EQ(decodedPath(rawPath(target)), decoded) << target;
+    using Case = std::tuple<const char*, const char*, const char*>;
     for (const auto& [root, path, location] :
          {Case{"/a/share", "/", "/a/share"}, Case{"/a/share", "", "/a/share"},
           Case{"/a/share", "x/", "/a/share/x"}, Case{"/a/share", "//etc//x", "/a/share/etc/x"},
-          Case{"/a/share", "/../share/x", "/a/share/x"}, Case{"/a/share", "/..", {}},
-          Case{"/a/share", "/../share2", {}}, Case{"/a/share", "../../../../a", {}},
+          Case{"/a/share", "/../share/x", "/a/share/x"}, Case{"/a/share", "/..", "none"},
+          Case{"/a/share", "/../share2", "none"}, Case{"/a/share", "../../../../a", "none"},
           Case{"/", "/", "/"}, Case{"/", "/../../etc", "/etc"}})
-        EXPECT_EQ(resolveRequestPath(root, path), location) << path;
+        EXPECT_EQ(resolveRequestPath(root, path).value_or("none"), location) << path;
     for (const auto& [raw, location] :
          {Pair{"/docs", "/docs/"}, Pair{"/My%20Docs", "/My%20Docs/"}, Pair{"docs", "docs/"},
           Pair{"//host/..", "/host/../"}, Pair{"////host/%2e%2e", "/host/%2e%2e/"},

@@ -73,35 +73,16 @@ TEST(ReleasedQueue, DestroysTheTasksItHasNotRun) {
     EXPECT_EQ(token.use_count(), 1);
 }
 
-TEST(Listener, ReportsAPortInUseAndFreesItsPortWithCancel) {
+TEST(Listener, CancelResetsClientsThatWaitAndDropsTheHandlers) {
     const auto token = std::make_shared<int>();
-    const QueueHost first([token](const ConnectionPtr&) {});
-    EXPECT_EQ(first.outcome, "ready");
-    const QueueHost second({}, first.port());
-    EXPECT_EQ(second.outcome, "EADDRINUSE");
-    EXPECT_EQ(second.port(), 0);
-    first.listener->cancel();
-    EXPECT_TRUE(test::eventually([&] { return token.use_count() == 1; })) << "handlers are dropped";
-    EXPECT_EQ(QueueHost({}, first.port()).outcome, "ready");
-}
-
-TEST(Listener, CancelResetsClientsThatWait) {
-    const QueueHost host([](const ConnectionPtr&) { FAIL() << "a client came after the cancel"; });
+    const QueueHost host([token](const ConnectionPtr&) { FAIL() << "came after the cancel"; });
     host.run([&] {
         test::SocketClient client(host.port());
         host.listener->cancel();
         EXPECT_EQ(client.receiveAll(), "");
         EXPECT_TRUE(client.wasReset());
     });
-}
-
-TEST(Listener, HandsOverConnectionsThatKnowTheirAddressAndClosesTheRest) {
-    Events events;
-    const QueueHost host(
-        [&](const ConnectionPtr& made) { events.add(made->localIPv4Address().value_or("none")); });
-    for (const auto* const address : {"127.0.0.1", "::1"})
-        EXPECT_EQ(test::SocketClient(host.port(), address).receiveAll(), "");
-    EXPECT_THAT(events.all(), ElementsAre("127.0.0.1", "none"));
+    EXPECT_TRUE(test::eventually([&] { return token.use_count() == 1; }));
 }
 
 } // namespace quorvel::platform

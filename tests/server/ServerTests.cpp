@@ -115,6 +115,7 @@ TEST(ServerError, HasOneLineForEachNetworkError) {
           Case{{EADDRINUSE, std::system_category()}, "That port is already in use."},
           Case{{EADDRNOTAVAIL, std::generic_category()}, "The address is not available."},
           Case{{ECONNREFUSED, std::generic_category()}, "Network error (ECONNREFUSED)."},
+          Case{{99999, std::generic_category()}, "Network error (99999)."},
           Case{ServerError::invalidPort, "Invalid port number."}})
         EXPECT_EQ(describeNetworkError(error), line);
     EXPECT_EQ(errorDescription(ServerError::invalidPort), "Invalid port number.");
