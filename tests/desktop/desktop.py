@@ -7,11 +7,12 @@ import pathlib
 import re
 import shutil
 import signal
-import socket
 import subprocess
 import tempfile
 import time
 import unittest
+
+from served import eventually
 
 SERVER = os.environ.get("QUORVEL_SERVER", "build/asan/bin/quorvel-server")
 SCREENSHOTS = pathlib.Path(os.environ.get("QUORVEL_SCREENSHOTS", "build/screenshots"))
@@ -19,25 +20,10 @@ HERE = pathlib.Path(__file__).parent
 TITLE = "Quorvel Server"
 
 
-def free_port():
-    with socket.socket() as probe:
-        probe.bind(("0.0.0.0", 0))
-        return str(probe.getsockname()[1])
-
-
 def fetch(url):
     return subprocess.run(
         ["curl", "-sS", "--max-time", "5", url], capture_output=True, text=True, check=False
     ).stdout
-
-
-def eventually(condition, limit=20.0):
-    """The condition's first true answer; an assertion when there is none."""
-    deadline = time.monotonic() + limit
-    while not (answer := condition()):
-        assert time.monotonic() < deadline, "waited in vain"
-        time.sleep(0.03)
-    return answer
 
 
 class Desktop:

@@ -4,7 +4,8 @@ import signal
 import time
 import unittest
 
-from desktop import OnADesktop, eventually, fetch, free_port
+from desktop import OnADesktop, fetch
+from served import eventually, free_port
 
 PANEL = "Choose a folder to share."
 ICON = "24x24+998+2"
@@ -50,8 +51,8 @@ class InATray(OnADesktop):
         self.assertEqual(desktop.window(), window)
         port = free_port()
         desktop.keys("Tab", "Tab", "ctrl+a")
-        desktop.type(port)
-        eventually(lambda: self.stored()["server.port"] == int(port))
+        desktop.type(str(port))
+        eventually(lambda: self.stored()["server.port"] == port)
         desktop.screenshot("4-ready", window)
 
         desktop.keys("Return")
@@ -74,8 +75,8 @@ class InATray(OnADesktop):
         # With a folder the window begins at the start button.
         desktop.keys("shift+Tab", "shift+Tab", "shift+Tab", "Down", "Tab", "ctrl+a")
         port = free_port()
-        desktop.type(port)
-        eventually(lambda: self.stored()["server.port"] == int(port))
+        desktop.type(str(port))
+        eventually(lambda: self.stored()["server.port"] == port)
         desktop.keys("Return")
         eventually(lambda: "film.mp4" in fetch(f"ftp://127.0.0.1:{port}/"))
         desktop.screenshot("8-serving-ftp", window)
@@ -100,7 +101,7 @@ class WithoutATray(OnADesktop):
     def test_the_window_is_the_way_to_a_server_until_a_tray_comes_and_after_it_has_gone(self):
         desktop = self.desktop
         port = free_port()
-        self.desktop.store(folderPath=str(self.folder), port=int(port))
+        self.desktop.store(folderPath=str(self.folder), port=port)
         program = desktop.start_server()
         desktop.window()
         desktop.keys("shift+Tab", "Return")

@@ -3,7 +3,8 @@ bus."""
 
 import unittest
 
-from desktop import TITLE, OnADesktop, eventually, fetch, free_port
+from desktop import TITLE, OnADesktop, fetch
+from served import eventually, free_port
 from tray_host import TrayHost
 
 
@@ -28,7 +29,7 @@ class InATrayHost(OnADesktop):
     def test_the_menu_follows_the_server(self):
         port = free_port()
         login = {"useAuth": True, "username": "a_b&c_d&", "password": ""}
-        self.desktop.store(folderPath=str(self.folder), port=int(port), **login)
+        self.desktop.store(folderPath=str(self.folder), port=port, **login)
         self.host.appear()
         program = self.desktop.start_server()
         item = self.wait(lambda: self.host.items and self.host.items[0])

@@ -1,4 +1,4 @@
-"""What the tests with stock clients share: a folder, and the program serving it."""
+"""What the tests with whole programs share: a folder, and the program serving it."""
 
 import contextlib
 import os
@@ -8,6 +8,7 @@ import signal
 import socket
 import subprocess
 import tempfile
+import time
 import unittest
 
 SERVE = os.environ.get("QUORVEL_SERVE", "build/asan/bin/quorvel-serve")
@@ -15,8 +16,17 @@ SERVE = os.environ.get("QUORVEL_SERVE", "build/asan/bin/quorvel-serve")
 
 def free_port():
     with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
+        probe.bind(("0.0.0.0", 0))
         return probe.getsockname()[1]
+
+
+def eventually(condition, limit=20.0):
+    """The condition's first true answer; an assertion when there is none."""
+    deadline = time.monotonic() + limit
+    while not (answer := condition()):
+        assert time.monotonic() < deadline, "waited in vain"
+        time.sleep(0.03)
+    return answer
 
 
 class ServedFolder(unittest.TestCase):
