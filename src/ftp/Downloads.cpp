@@ -11,8 +11,9 @@ namespace quorvel::ftp {
 void FTPFileServer::handleRetrieve(const SessionPtr& session, std::string_view argument) {
     // A RETR that fails uses the offset up as well.
     const std::int64_t offset = std::exchange(session->restartOffset, 0);
-    const auto found = find(*session, argument);
-    auto file = found ? platform::SharedFolder::open(found->item) : platform::failure(ENOENT);
+    auto found = find(*session, argument, platform::Purpose::reading);
+    auto file =
+        found ? platform::SharedFolder::open(std::move(found->item)) : platform::failure(ENOENT);
     if (!file) return sendReply(*session, "550 File not found.\r\n");
     auto send = [download = Download{nullptr, std::move(*file), offset},
                  name = std::string(server::lastComponent(found->location))](

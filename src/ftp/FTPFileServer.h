@@ -140,7 +140,8 @@ class FTPFileServer final : public server::FolderServer,
     static void closeControl(const Session& session);
 
     // Navigation.cpp: from a client's path to an item on disk.
-    std::optional<FoundItem> find(const Session& session, std::string_view argument) const;
+    std::optional<FoundItem> find(const Session& session, std::string_view argument,
+                                  platform::Purpose purpose = platform::Purpose::attributes) const;
     void handleChangeDirectory(const SessionPtr& session, std::string_view argument);
     void handleParentDirectory(const SessionPtr& session, std::string_view argument);
 

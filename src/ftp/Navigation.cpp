@@ -5,12 +5,13 @@
 namespace quorvel::ftp {
 
 std::optional<FTPFileServer::FoundItem> FTPFileServer::find(const Session& session,
-                                                            std::string_view argument) const {
+                                                            std::string_view argument,
+                                                            platform::Purpose purpose) const {
     FoundItem found;
     found.virtualPath = resolvePath(session.workingDirectory, argument);
     found.location = urlForVirtualPath(root_, found.virtualPath);
     if (!server::isInside(root_, found.location)) return std::nullopt;
-    auto item = folder_.find(server::relativeTo(root_, found.location));
+    auto item = folder_.find(server::relativeTo(root_, found.location), purpose);
     if (!item) return std::nullopt;
     found.item = std::move(*item);
     return found;

@@ -31,11 +31,11 @@ void HTTPFileServer::sendDirectoryIndex(const Client& client, const platform::It
     sendAndClose(client, std::move(response));
 }
 
-void HTTPFileServer::sendFile(const Client& client, const platform::Item& item,
-                              std::string_view location, const RequestHead& request) {
-    auto file = platform::SharedFolder::open(item);
-    if (!file) return sendText(client, cannotOpenFile());
+void HTTPFileServer::sendFile(const Client& client, platform::Item item, std::string_view location,
+                              const RequestHead& request) {
     const std::int64_t size = item.attributes.size;
+    auto file = platform::SharedFolder::open(std::move(item));
+    if (!file) return sendText(client, cannotOpenFile());
     std::optional<ByteRange> range;
     if (request.range && isByteRange(*request.range)) {
         range = parseRange(*request.range, size);
@@ -80,7 +80,6 @@ void HTTPFileServer::sendNextChunk(const Transfer& transfer, std::int64_t remain
     if (remaining <= 0) return transfer.client.connection->cancel(transfer.client.input);
     constexpr auto chunkSize = static_cast<std::int64_t>(server::downloadChunkSize);
     const auto count = static_cast<std::size_t>(std::min(remaining, chunkSize));
-    const auto more = remaining > chunkSize ? platform::MoreToSend::yes : platform::MoreToSend::no;
     transfer.client.connection->sendFile(
         transfer.file, transfer.offset, count,
         server::weakly(
@@ -89,7 +88,7 @@ void HTTPFileServer::sendNextChunk(const Transfer& transfer, std::int64_t remain
                 self.chunkSent(transfer, error, sent, remaining);
             },
             [connection = transfer.client.connection] { connection->cancel(); }),
-        more);
+        platform::MoreToSend::yes);
 }
 
 void HTTPFileServer::chunkSent(Transfer transfer, std::error_code error, std::size_t count,

@@ -117,10 +117,10 @@ void HTTPFileServer::answerPath(const Client& client, const RequestHead& request
     const auto location = resolveRequestPath(root_, decoded);
     if (!location) return sendText(client, forbidden());
     const auto relativePath = server::relativeTo(root_, *location);
-    const auto item = folder_.find(relativePath);
+    auto item = folder_.find(relativePath, platform::Purpose::reading);
     if (!item) return sendText(client, saysMissing(item.error()) ? notFound() : cannotOpenFile());
     if (item->attributes.kind != platform::ItemKind::directory)
-        return sendFile(client, *item, *location, request);
+        return sendFile(client, std::move(*item), *location, request);
     if (!raw.ends_with('/')) return sendRedirect(client, redirectLocation(raw));
     sendDirectoryIndex(client, *item, relativePath, decoded, request.method);
 }
@@ -134,8 +134,10 @@ void HTTPFileServer::sendRedirect(const Client& client, std::string_view locatio
 }
 
 void HTTPFileServer::sendAndClose(const Client& client, std::string response) {
-    client.connection->send(std::move(response),
-                            [client](std::error_code) { client.connection->cancel(client.input); });
+    // The close sends what it held back, and the end of the stream with it.
+    client.connection->send(
+        std::move(response), [client](std::error_code) { client.connection->cancel(client.input); },
+        platform::MoreToSend::yes);
 }
 
 } // namespace quorvel::http

@@ -71,7 +71,7 @@ class HTTPFileServer final : public server::FolderServer,
     void sendDirectoryIndex(const Client& client, const platform::Item& directory,
                             std::string_view relativePath, std::string_view decodedPath,
                             std::string_view method);
-    void sendFile(const Client& client, const platform::Item& item, std::string_view location,
+    void sendFile(const Client& client, platform::Item item, std::string_view location,
                   const RequestHead& request);
     void sendSmallFile(const Transfer& transfer, std::string head, std::size_t length);
     void headerSent(const Transfer& transfer, std::error_code error, std::int64_t length);

@@ -1,5 +1,7 @@
 #include "platform/SharedFolder.h"
 
+#include "platform/OpenRoot.h"
+
 #include <array>
 #include <dirent.h>
 #include <fcntl.h>
@@ -35,15 +37,17 @@ class ProcName {
     std::string text_;
 };
 
-Result<Descriptor> openRoot(const std::string& path) {
-    Descriptor root(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    if (!root) return failure();
-    return root;
-}
+// O_NONBLOCK is for a FIFO, O_NOCTTY for a terminal that has come to stand in a file's place.
+constexpr int forReading = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
-Descriptor openResolved(const Descriptor& root, const std::string& path, std::uint64_t resolve) {
+using Resolution = decltype(open_how::resolve);
+
+constexpr Resolution beneath = RESOLVE_BENEATH | RESOLVE_NO_MAGICLINKS;
+
+Descriptor openResolved(const Descriptor& root, const std::string& path, int flags,
+                        Resolution resolve) {
     open_how how{};
-    how.flags = O_PATH | O_CLOEXEC;
+    how.flags = static_cast<decltype(how.flags)>(flags);
     how.resolve = resolve;
     for (int attempt = 0; attempt < raceRetries; ++attempt) {
         const long number = syscall(SYS_openat2, root.number(), path.c_str(), &how, sizeof how);
@@ -61,14 +65,12 @@ bool liesBeneath(const Descriptor& root, const Descriptor& item) {
     return itemPath->starts_with(*rootPath) && (*itemPath)[rootPath->size()] == '/';
 }
 
-Result<Descriptor> openBeneath(const Descriptor& root, std::string_view relativePath) {
-    if (relativePath.find('\0') != std::string_view::npos) return failure(ENOENT);
-    const std::string path(relativePath.empty() ? "." : relativePath);
-    Descriptor item = openResolved(root, path, RESOLVE_BENEATH | RESOLVE_NO_MAGICLINKS);
+Result<Descriptor> openBeneath(const Descriptor& root, const std::string& path) {
+    Descriptor item = openResolved(root, path, O_PATH | O_CLOEXEC, beneath);
     if (item) return item;
     if (errno != EXDEV) return failure();
     // An absolute link may still end inside. It is judged by where the item is, once it is held.
-    item = openResolved(root, path, RESOLVE_NO_MAGICLINKS);
+    item = openResolved(root, path, O_PATH | O_CLOEXEC, RESOLVE_NO_MAGICLINKS);
     if (!item) return failure();
     if (!liesBeneath(root, item)) return failure(ENOENT);
     return item;
@@ -89,6 +91,20 @@ Result<Item> held(Descriptor descriptor) {
     struct statx status {};
     if (statx(descriptor.number(), "", AT_EMPTY_PATH, wantedStatus, &status) != 0) return failure();
     return Item{std::move(descriptor), attributesFrom(status)};
+}
+
+// To hold a file and then open what is held takes three times as long. But an open wakes who waits
+// at a FIFO and may start a device, so the name is asked before and what was opened afterwards.
+std::optional<Item> openedFile(const Descriptor& root, const std::string& path) {
+    struct stat hint {};
+    if (fstatat(root.number(), path.c_str(), &hint, AT_SYMLINK_NOFOLLOW) != 0) return std::nullopt;
+    if (!S_ISREG(hint.st_mode)) return std::nullopt;
+    Descriptor opened = openResolved(root, path, forReading, beneath);
+    if (!opened) return std::nullopt;
+    auto item = held(std::move(opened));
+    if (!item || item->attributes.kind != ItemKind::file) return std::nullopt;
+    item->isReadable = true;
+    return std::move(*item);
 }
 
 void take(FolderEntry& entry, const ItemAttributes& attributes) {
@@ -142,12 +158,12 @@ class DirectoryReader {
 
     void followLink(FolderEntry& entry) {
         if (!root_) {
-            if (auto root = openRoot(folder_.path())) root_ = std::move(*root);
+            root_ = openRoot(folder_.path()).value_or(nullptr);
             if (!root_) return;
         }
         std::string path(relativePath_);
         if (!path.empty()) path += '/';
-        auto target = openBeneath(root_, path + entry.name);
+        auto target = openBeneath(root_->descriptor, path + entry.name);
         if (!target) return;
         if (const auto item = held(std::move(*target))) take(entry, item->attributes);
     }
@@ -155,26 +171,30 @@ class DirectoryReader {
     const SharedFolder& folder_;
     std::string_view relativePath_;
     EntryDetail detail_;
-    Descriptor root_;
+    std::shared_ptr<const OpenRoot> root_;
 };
 
 } // namespace
 
-Result<Item> SharedFolder::find(std::string_view relativePath) const {
+Result<Item> SharedFolder::find(std::string_view relativePath, Purpose purpose) const {
+    if (relativePath.find('\0') != std::string_view::npos) return failure(ENOENT);
     const auto root = openRoot(path_);
     if (!root) return std::unexpected(root.error());
-    auto item = openBeneath(*root, relativePath);
+    const std::string path(relativePath.empty() ? "." : relativePath);
+    if (purpose == Purpose::reading)
+        if (auto file = openedFile((*root)->descriptor, path)) return std::move(*file);
+    auto item = openBeneath((*root)->descriptor, path);
     if (!item) return std::unexpected(item.error());
     return held(std::move(*item));
 }
 
-Result<std::shared_ptr<const OpenFile>> SharedFolder::open(const Item& item) {
+Result<std::shared_ptr<const OpenFile>> SharedFolder::open(Item item) {
     if (item.attributes.kind != ItemKind::file) return failure(EINVAL);
     // The held item itself is reopened: no path is walked a second time.
-    Descriptor readable(
-        ::open(ProcName(item.descriptor).text(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
-    if (!readable) return failure();
-    return std::make_shared<const OpenFile>(std::move(readable));
+    if (!item.isReadable)
+        item.descriptor = Descriptor(::open(ProcName(item.descriptor).text(), forReading));
+    if (!item.descriptor) return failure();
+    return std::make_shared<const OpenFile>(std::move(item.descriptor));
 }
 
 Result<std::vector<FolderEntry>> SharedFolder::entries(const Item& directory,

@@ -22,12 +22,17 @@ struct ItemAttributes {
     std::int64_t modified = 0;
 };
 
-/// One item of the folder, found and held, not yet open for reading. A change of its name or of
-/// the path to it no longer matters.
+/// One item of the folder, found and held. A change of its name or of the path to it no longer
+/// matters.
 struct Item {
     Descriptor descriptor;
     ItemAttributes attributes;
+    /// A file that could be opened for reading on the way; otherwise that is up to `open`.
+    bool isReadable = false;
 };
+
+/// What an item is looked for: to open it, if it is a file, or to be told of it.
+enum class Purpose { reading, attributes };
 
 /// One entry of a directory; the name is the disk's bytes. Entries that link to nothing in the
 /// folder keep the defaults: not a directory, size 0, 1970.
@@ -54,10 +59,10 @@ class SharedFolder {
 
     /// Finds what the path, relative to the folder and without a leading slash, names; "" is the
     /// folder. Fails alike for what is missing and for what lies outside.
-    Result<Item> find(std::string_view relativePath) const;
+    Result<Item> find(std::string_view relativePath, Purpose purpose = Purpose::attributes) const;
 
     /// Opens a regular file for reading; EINVAL for any other kind. Never blocks on a FIFO.
-    static Result<std::shared_ptr<const OpenFile>> open(const Item& item);
+    static Result<std::shared_ptr<const OpenFile>> open(Item item);
 
     /// The entries of the directory that `relativePath` names and `find` returned, in the disk's
     /// order, without hidden ones (a leading dot).

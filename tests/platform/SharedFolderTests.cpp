@@ -3,10 +3,13 @@
 
 #include "platform/SharedFolder.h"
 
+#include <array>
 #include <ctime>
+#include <sys/inotify.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 namespace quorvel::platform {
 
@@ -46,10 +49,15 @@ class SharedFolderTest : public testing::Test {
 
     /// The content of a file, or in brackets what else the path is.
     static std::string look(const SharedFolder& folder, std::string_view path) {
-        const auto item = folder.find(path);
+        const auto found = look(folder, path, Purpose::attributes);
+        EXPECT_EQ(look(folder, path, Purpose::reading), found);
+        return found;
+    }
+    static std::string look(const SharedFolder& folder, std::string_view path, Purpose purpose) {
+        auto item = folder.find(path, purpose);
         if (!item) return "(missing)";
         if (item->attributes.kind == ItemKind::directory) return "(directory)";
-        const auto file = SharedFolder::open(*item);
+        const auto file = SharedFolder::open(std::move(*item));
         if (!file) return file.error().value() == EINVAL ? "(special)" : file.error().message();
         std::string content(100, '\0');
         content.resize((*file)->read(0, content).value_or(0));
@@ -121,15 +129,26 @@ TEST_F(SharedFolderTest, FollowsTheRootByItsName) {
     EXPECT_EQ(look(linked, "out"), "(missing)");
     EXPECT_EQ(look(SharedFolder("/"), root_.substr(1) + "/out-absolute"), "secret");
 
-    const auto held = folder_.find("a.txt");
+    auto held = folder_.find("a.txt");
     std::filesystem::rename(root_, outer_.path("moved"));
     EXPECT_EQ(look(folder_, "a.txt"), "(missing)");
     outer_.write("share/a.txt", "another a");
     EXPECT_EQ(look(folder_, "a.txt"), "another a");
     std::string content(5, '-');
-    EXPECT_EQ((*SharedFolder::open(*held))->read(8, content), 4U);
+    const auto file = SharedFolder::open(std::move(*held));
+    EXPECT_EQ((*file)->read(8, content), 4U);
     EXPECT_EQ(content, "of a-") << "what was found stays what it was";
-    EXPECT_EQ((*SharedFolder::open(*held))->read(1LL << 40, content), 0U);
+    EXPECT_EQ((*file)->read(1LL << 40, content), 0U);
+}
+
+TEST_F(SharedFolderTest, NeverOpensWhatIsNotAFile) {
+    const Descriptor watch(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    ASSERT_GE(inotify_add_watch(watch.number(), root_.c_str(), IN_OPEN), 0);
+    EXPECT_EQ(look(folder_, "fifo") + look(folder_, "socket"), "(special)(special)");
+    std::array<char, 4096> events;
+    EXPECT_EQ(read(watch.number(), events.data(), events.size()), -1) << "someone would wake";
+    EXPECT_EQ(look(folder_, "a.txt"), "content of a");
+    EXPECT_GT(read(watch.number(), events.data(), events.size()), 0);
 }
 
 TEST_F(SharedFolderTest, ListsEntriesWithLinksJudgedByWhereTheyLead) {
