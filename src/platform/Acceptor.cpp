@@ -1,3 +1,4 @@
+#include "platform/OpenRoot.h"
 #include "platform/SocketListener.h"
 #include "platform/StreamConnection.h"
 
@@ -15,6 +16,11 @@ constexpr int acceptsPerTurn = 16;
 // the kernel's queue meanwhile.
 constexpr std::chrono::milliseconds pauseTime{50};
 
+// How long a client may wait for the thread that leads, before the next one looks; the others look
+// after twice, three times as long. All of them wake for a new client, and would take turns with
+// it, which costs more than serving it.
+constexpr std::chrono::milliseconds restTime{4};
+
 bool outOfResources(int code) {
     return code == EMFILE || code == ENFILE || code == ENOBUFS || code == ENOMEM;
 }
@@ -26,9 +32,9 @@ bool endsListener(int code) {
 
 } // namespace
 
-Acceptor::Acceptor(std::shared_ptr<SocketListener> listener, std::shared_ptr<Loop> loop)
+Acceptor::Acceptor(std::shared_ptr<SocketListener> listener, std::shared_ptr<Loop> loop, int rank)
     : listener_(std::move(listener)), loop_(std::move(loop)), watch_(loop_->context()),
-      pause_(loop_->context()) {
+      timer_(loop_->context()), rank_(rank) {
     loop_->join(*this);
 }
 
@@ -37,28 +43,44 @@ Acceptor::~Acceptor() {
     if (loop_) loop_->leave(*this);
 }
 
-void Acceptor::start() {
+void Acceptor::wait() {
     asio::error_code error;
-    watch_.assign(listener_->socket(), error);
+    if (!watch_.is_open()) watch_.assign(listener_->socket(), error);
     if (error) {
         listener_->reportState(Listener::State::failed, {error.value(), std::generic_category()});
         return close();
     }
-    wait();
-}
-
-void Acceptor::wait() {
     watch_.async_wait(WatchedDescriptor::wait_read,
                       [self = shared_from_this()](const asio::error_code& cancelled) {
-                          if (!cancelled) self->acceptWaiting();
+                          if (!cancelled && self->loop_) self->clientWaits();
                       });
 }
 
+void Acceptor::clientWaits() {
+    const bool leads = listener_->isLeadBy(*this);
+    if (leads && transferWaitsSeen_ != loop_->transferWaits()) listener_->offerLead();
+    if (leads || isNeeded_) return acceptWaiting();
+    watch_.release();
+    timer_.expires_after(restTime * rank_);
+    timer_.async_wait([self = shared_from_this()](const asio::error_code& cancelled) {
+        if (!cancelled && self->loop_) self->takeOver();
+    });
+}
+
+void Acceptor::takeOver() {
+    listener_->takeLead(*this);
+    transferWaitsSeen_ = loop_->transferWaits();
+    acceptWaiting();
+}
+
 void Acceptor::acceptWaiting() {
+    const RootHold hold;
+    isNeeded_ = false;
     for (int i = 0; i < acceptsPerTurn; ++i) {
         const auto handlers = listener_->handlers();
         if (!handlers) return close();
         if (!acceptOne(*handlers)) break;
+        isNeeded_ = i + 1 == acceptsPerTurn;
     }
     if (!loop_) return;
     if (paused_) return pause();
@@ -87,8 +109,8 @@ bool Acceptor::acceptOne(const ListenerHandlers& handlers) {
 
 void Acceptor::pause() {
     paused_ = false;
-    pause_.expires_after(pauseTime);
-    pause_.async_wait([self = shared_from_this()](const asio::error_code& cancelled) {
+    timer_.expires_after(pauseTime);
+    timer_.async_wait([self = shared_from_this()](const asio::error_code& cancelled) {
         if (!cancelled && self->loop_) self->acceptWaiting();
     });
 }
@@ -102,7 +124,7 @@ void Acceptor::close() {
 void Acceptor::closeWithLoop() {
     const auto self = shared_from_this();
     if (watch_.is_open()) watch_.release();
-    pause_.cancel();
+    timer_.cancel();
     listener_.reset();
     loop_.reset();
 }

@@ -91,13 +91,16 @@ void SocketListener::start(WorkQueue& queue) {
 }
 
 void SocketListener::acceptOn(const std::shared_ptr<Loop>& loop) {
+    int rank = 0;
     {
         const std::lock_guard lock(mutex_);
         if (!handlers_) return;
-        isWatched_ = true;
+        rank = ++acceptors_;
     }
     try {
-        std::make_shared<Acceptor>(shared_from_this(), loop)->start();
+        const auto acceptor = std::make_shared<Acceptor>(shared_from_this(), loop, rank);
+        takeLead(*acceptor);
+        acceptor->wait();
     } catch (const std::system_error& error) {
         // The first watch on a loop opens descriptors of its own, and there may be none left.
         reportState(State::failed, {error.code().value(), std::generic_category()});
@@ -116,7 +119,7 @@ void SocketListener::cancel() {
         handlers_.reset();
         // Nobody closes it sooner: a client that asks for one listener after the other must not
         // hold a descriptor for each until the loops have come round.
-        if (!isWatched_) return socket_.reset();
+        if (acceptors_ == 0) return socket_.reset();
     }
     // Closing is up to the last thread that watches the socket; this stops the listening now,
     // and wakes those threads (shutdown(2) on a listener frees its port for a new bind).
@@ -126,6 +129,10 @@ void SocketListener::cancel() {
 std::shared_ptr<const ListenerHandlers> SocketListener::handlers() const {
     const std::lock_guard lock(mutex_);
     return handlers_;
+}
+
+void SocketListener::takeLead(const Acceptor& acceptor) {
+    if (leadIsOffered_.exchange(false)) leader_ = &acceptor;
 }
 
 void SocketListener::reportState(State state, std::error_code error) const {

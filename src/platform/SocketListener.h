@@ -17,6 +17,8 @@ class ListenerHandlers {
     Listener::ConnectionHandler connection;
 };
 
+class Acceptor;
+
 class SocketListener final : public Listener, public std::enable_shared_from_this<SocketListener> {
   public:
     explicit SocketListener(Descriptor socket, int family, std::uint16_t port);
@@ -33,6 +35,13 @@ class SocketListener final : public Listener, public std::enable_shared_from_thi
     int socket() const { return socket_.number(); }
     void reportState(State state, std::error_code error = {}) const;
 
+    /// One acceptor leads: it takes clients at once, the others take what it leaves waiting. A
+    /// thread whose transfers wait for their clients offers the lead, so that these clients spread
+    /// over the threads.
+    bool isLeadBy(const Acceptor& acceptor) const { return leader_ == &acceptor; }
+    void offerLead() { leadIsOffered_ = true; }
+    void takeLead(const Acceptor& acceptor);
+
   private:
     std::error_code bindAndListen() const;
     void acceptOn(const std::shared_ptr<Loop>& loop);
@@ -42,23 +51,27 @@ class SocketListener final : public Listener, public std::enable_shared_from_thi
     const std::uint16_t requestedPort_;
     std::uint16_t boundPort_ = 0;
     std::atomic<bool> ready_ = false;
+    std::atomic<const Acceptor*> leader_ = nullptr;
+    std::atomic<bool> leadIsOffered_ = true;
     mutable std::mutex mutex_;
     std::shared_ptr<ListenerHandlers> handlers_;
-    /// Whether a loop has taken the socket up; guarded by the mutex.
-    bool isWatched_ = false;
+    /// How many loops have taken the socket up; guarded by the mutex.
+    int acceptors_ = 0;
 };
 
 /// One thread's share in a listener: takes clients as they come and keeps them on its loop.
 class Acceptor final : public LoopMember, public std::enable_shared_from_this<Acceptor> {
   public:
-    Acceptor(std::shared_ptr<SocketListener> listener, std::shared_ptr<Loop> loop);
+    /// The rank, from 1, tells how soon it takes what the leader leaves waiting.
+    Acceptor(std::shared_ptr<SocketListener> listener, std::shared_ptr<Loop> loop, int rank);
     ~Acceptor() override;
 
-    void start();
+    void wait();
     void closeWithLoop() override;
 
   private:
-    void wait();
+    void clientWaits();
+    void takeOver();
     void acceptWaiting();
     bool acceptOne(const ListenerHandlers& handlers);
     void pause();
@@ -67,8 +80,12 @@ class Acceptor final : public LoopMember, public std::enable_shared_from_this<Ac
     std::shared_ptr<SocketListener> listener_;
     std::shared_ptr<Loop> loop_;
     WatchedDescriptor watch_;
-    asio::steady_timer pause_;
+    asio::steady_timer timer_;
+    const int rank_;
     bool paused_ = false;
+    /// The last turn left clients waiting: no rest before the next.
+    bool isNeeded_ = false;
+    std::size_t transferWaitsSeen_ = 0;
 };
 
 } // namespace quorvel::platform

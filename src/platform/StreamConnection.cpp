@@ -133,6 +133,7 @@ bool StreamConnection::sendStep() {
     if (progress == Outgoing::Progress::failed) return false;
     if (progress == Outgoing::Progress::wouldBlock) {
         next.doneBeforeWait = next.done;
+        loop_->noteTransferWait();
         waitFor(Direction::outgoing);
         return false;
     }
@@ -208,7 +209,6 @@ void StreamConnection::end(std::error_code reason, PeerInput input) {
     if (ended_) return;
     ended_ = true;
     failure_ = reason;
-    if (corked_) setCork(false);
     Descriptor socket = takeSocket();
     if (!reason) GracefulClose::start(std::move(socket), loop_, input);
     endedOn_ = std::exchange(loop_, nullptr);
