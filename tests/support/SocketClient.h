@@ -2,36 +2,82 @@
 
 #include "platform/Descriptor.h"
 
+#include <array>
 #include <chrono>
-#include <cstdint>
-#include <string>
-#include <string_view>
+#include <gtest/gtest.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
 #include <thread>
 
 namespace quorvel::test {
+
+using Clock = std::chrono::steady_clock;
 
 /// A client that blocks, for looking at the bytes on the wire. Every wait is bounded.
 class SocketClient {
   public:
     /// Connects to the address; a test assertion tells when it fails.
-    explicit SocketClient(std::uint16_t port, const std::string& address = "127.0.0.1");
+    explicit SocketClient(std::uint16_t port, const std::string& address = "127.0.0.1") {
+        addrinfo numeric{AI_NUMERICHOST, AF_UNSPEC, SOCK_STREAM, 0, 0, nullptr, nullptr, nullptr};
+        addrinfo* target = nullptr;
+        EXPECT_EQ(getaddrinfo(address.c_str(), std::to_string(port).c_str(), &numeric, &target), 0);
+        socket_.reset(socket(target->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        EXPECT_EQ(connect(descriptor(), target->ai_addr, target->ai_addrlen), 0)
+            << address << " port " << port << ": errno " << errno;
+        freeaddrinfo(target);
+    }
 
     /// Sends all of it; false when the server has closed.
-    bool send(std::string_view bytes) const;
-    void finishSending() const;
+    bool send(std::string_view bytes) const {
+        while (!bytes.empty()) {
+            const ssize_t count = ::send(descriptor(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+            if (count < 0) return false;
+            bytes.remove_prefix(static_cast<std::size_t>(count));
+        }
+        return true;
+    }
+    void finishSending() const { shutdown(descriptor(), SHUT_WR); }
 
     /// All bytes up to the end of the stream. `wasReset` tells how it ended.
-    std::string receiveAll();
+    std::string receiveAll() {
+        const auto deadline = Clock::now() + limit;
+        while (receiveMore(deadline)) {
+        }
+        EXPECT_TRUE(hasEnded_) << "the server did not close the connection";
+        return std::exchange(buffer_, {});
+    }
     /// Bytes up to and including the first occurrence of `mark`; what came until the end or the
     /// limit when it never comes.
-    std::string receiveUntil(std::string_view mark);
+    std::string receiveUntil(std::string_view mark) {
+        const auto deadline = Clock::now() + limit;
+        while (!buffer_.contains(mark))
+            if (!receiveMore(deadline)) return std::exchange(buffer_, {});
+        const std::string result = buffer_.substr(0, buffer_.find(mark) + mark.size());
+        buffer_.erase(0, result.size());
+        return result;
+    }
 
     bool wasReset() const { return wasReset_; }
     void close() { socket_.reset(); }
     int descriptor() const { return socket_.number(); }
 
   private:
-    bool receiveMore(std::chrono::steady_clock::time_point deadline);
+    static constexpr std::chrono::seconds limit{20};
+
+    bool receiveMore(Clock::time_point deadline) {
+        using std::chrono::milliseconds;
+        const auto left = std::chrono::duration_cast<milliseconds>(deadline - Clock::now()).count();
+        pollfd waiting{descriptor(), POLLIN, 0};
+        if (left <= 0 || poll(&waiting, 1, static_cast<int>(left)) <= 0) return false;
+        std::array<char, 65536> bytes;
+        const ssize_t count = recv(descriptor(), bytes.data(), bytes.size(), 0);
+        wasReset_ = count < 0;
+        hasEnded_ = count <= 0;
+        if (!hasEnded_) buffer_.append(bytes.data(), static_cast<std::size_t>(count));
+        return !hasEnded_;
+    }
 
     platform::Descriptor socket_;
     std::string buffer_;
@@ -40,7 +86,15 @@ class SocketClient {
 };
 
 /// A port on which nothing listens at the moment.
-std::uint16_t freePort();
+inline std::uint16_t freePort() {
+    const platform::Descriptor probe(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    socklen_t length = sizeof address;
+    EXPECT_EQ(bind(probe.number(), reinterpret_cast<sockaddr*>(&address), length), 0);
+    getsockname(probe.number(), reinterpret_cast<sockaddr*>(&address), &length);
+    return ntohs(address.sin_port);
+}
 
 inline void sleepFor(std::chrono::milliseconds time) {
     std::this_thread::sleep_for(time);
@@ -49,9 +103,9 @@ inline void sleepFor(std::chrono::milliseconds time) {
 /// Asks until the condition holds; false after the limit.
 template <class Condition>
 bool eventually(Condition condition, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
+    const auto deadline = Clock::now() + limit;
     while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
+        if (Clock::now() > deadline) return false;
         sleepFor(std::chrono::milliseconds(5));
     }
     return true;
