@@ -50,7 +50,10 @@ void appendItem(std::string& page, const platform::FolderEntry& entry) {
     page += server::percentEncoded(entry.name, server::UrlPart::path);
     if (entry.isDirectory) page += '/';
     page += "\">";
-    appendEscaped(page, platform::withInvalidUtf8Replaced(entry.name));
+    if (platform::isValidUtf8(entry.name))
+        appendEscaped(page, entry.name);
+    else
+        appendEscaped(page, platform::withInvalidUtf8Replaced(entry.name));
     if (entry.isDirectory) page += '/';
     page += "</a></li>";
 }

@@ -35,20 +35,26 @@ std::string collationLocale() {
     return "";
 }
 
-std::string collationKey(std::string_view name) {
+void appendCollationKey(std::string& keys, std::string_view name) {
     // A collator must not be shared by threads that use it, and takes long to make.
     thread_local const std::unique_ptr<icu::Collator> collator = makeCollator();
-    if (!collator) return std::string(name);
+    if (!collator) {
+        keys += name;
+        return;
+    }
     const auto text =
         icu::UnicodeString::fromUTF8({name.data(), static_cast<std::int32_t>(name.size())});
-    std::string key(name.size() * 2 + 16, '\0');
-    auto* const bytes = reinterpret_cast<std::uint8_t*>(key.data());
-    const auto length = collator->getSortKey(text, bytes, static_cast<std::int32_t>(key.size()));
-    const auto space = key.size();
-    key.resize(static_cast<std::size_t>(length));
-    if (key.size() > space)
-        collator->getSortKey(text, reinterpret_cast<std::uint8_t*>(key.data()), length);
-    return key;
+    const std::size_t start = keys.size();
+    const auto write = [&](std::size_t space) {
+        keys.resize(start + space);
+        return static_cast<std::size_t>(
+            collator->getSortKey(text, reinterpret_cast<std::uint8_t*>(keys.data() + start),
+                                 static_cast<std::int32_t>(space)));
+    };
+    const std::size_t expected = name.size() * 2 + 16;
+    const std::size_t length = write(expected);
+    if (length > expected) write(length);
+    keys.resize(start + length);
 }
 
 } // namespace quorvel::platform

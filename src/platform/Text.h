@@ -24,9 +24,9 @@ bool canonicallyEqual(std::string_view left, std::string_view right);
 /// RFC 4648, section 4, with padding and without line breaks.
 std::string base64(std::string_view bytes);
 
-/// The bytes whose order is the order of names in the user's locale: letter case does not
+/// Appends the bytes whose order is the order of names in the user's locale: letter case does not
 /// count, runs of digits compare by value. Any thread.
-std::string collationKey(std::string_view name);
+void appendCollationKey(std::string& keys, std::string_view name);
 
 /// The ICU locale that the environment asks for: LC_ALL, LC_COLLATE, LANG, the first that is not
 /// empty; "" (the root locale) for C and POSIX.
