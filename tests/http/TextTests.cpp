@@ -73,12 +73,10 @@ TEST(ByteRange, IsTheFirstOneCutToTheFile) {
     };
     for (const auto& [size, expected, values] :
          {Case{10, "0-0", {"bytes=0-0"}}, Case{10, "0-1", {"bytes=0-1,5-6"}},
-          Case{10,
-               "0-9",
-               {"bytes=-20", "bytes=0-9223372036854775807", "bytes=-9223372036854775807"}},
-          Case{10,
-               "2-4",
-               {"bytes= 2 - 4", "BYTES=+2-004", "bytes=\u00A02\t-\u30004", "bytes=,2-4,"}},
+          Case{10, "0-9", {"bytes=-20", "bytes=0-9223372036854775807"}},
+          Case{10, "0-9", {"bytes=-9223372036854775807"}},
+          Case{10, "2-4", {"bytes= 2 - 4", "BYTES=+2-004", "bytes=,2-4,"}},
+          Case{10, "2-4", {"bytes=\u00A02\t-\u30004"}},
           Case{10, "7-9", {"bytes=-3", "bytes=-+3", "bytes=7-", "bytes=7-10"}},
           Case{10, "9-9", {"bytes=9-9", "bytes=9-", "bytes=-1"}},
           Case{10,
