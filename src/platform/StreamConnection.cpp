@@ -148,7 +148,9 @@ Outgoing::Progress StreamConnection::attempt(Outgoing& item) {
     if (item.file && item.more == MoreToSend::yes) setCork(true);
     const auto progress = item.proceed(socket_.number(), loop_->buffer());
     if (progress == Outgoing::Progress::failed) end(posixError(errno), PeerInput::done);
-    if (progress == Outgoing::Progress::complete && item.more == MoreToSend::no) setCork(false);
+    // The end of the stream takes along what the cork holds back.
+    const bool isLast = item.more == MoreToSend::no && !item.closesDirection;
+    if (progress == Outgoing::Progress::complete && isLast) setCork(false);
     return progress;
 }
 
@@ -161,6 +163,11 @@ void StreamConnection::setCork(bool corked) {
 
 bool StreamConnection::receiveStep() {
     if (ended_ || !receiveHandler_ || readWaiting_) return false;
+    if (std::exchange(inputTaken_, false)) {
+        // It would be asked for nothing: what is next is still on its way.
+        waitFor(Direction::incoming);
+        return false;
+    }
     const auto buffer = loop_->buffer();
     ssize_t count = 0;
     do {
@@ -177,6 +184,7 @@ bool StreamConnection::receiveStep() {
     Received received;
     received.bytes = {buffer.data(), static_cast<std::size_t>(count)};
     received.endOfStream = count == 0;
+    inputTaken_ = count > 0 && received.bytes.size() < receiveMaximum_;
     std::exchange(receiveHandler_, {})(received);
     return true;
 }

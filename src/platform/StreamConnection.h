@@ -67,6 +67,8 @@ class StreamConnection final : public Connection,
     bool ended_ = false;
     bool corked_ = false;
     bool readWaiting_ = false;
+    /// The last receive took all that had arrived.
+    bool inputTaken_ = false;
     bool writeWaiting_ = false;
 };
 
