@@ -52,8 +52,8 @@ UChar32 previousCharacter(std::string_view text, std::size_t& place) {
 #pragma GCC diagnostic pop
 
 bool isTrimmable(UChar32 character) {
-    if (character < 0) return false;
-    return character == '\t' || u_charType(character) == U_SPACE_SEPARATOR;
+    if (character < 0x80) return character == ' ' || character == '\t';
+    return u_charType(character) == U_SPACE_SEPARATOR;
 }
 
 template <class Mapping>
