@@ -15,7 +15,6 @@ import unittest
 from served import eventually
 
 SERVER = os.environ.get("QUORVEL_SERVER", "build/asan/bin/quorvel-server")
-SCREENSHOTS = pathlib.Path(os.environ.get("QUORVEL_SCREENSHOTS", "build/screenshots"))
 HERE = pathlib.Path(__file__).parent
 TITLE = "Quorvel Server"
 
@@ -165,11 +164,6 @@ class Desktop:
         """What is on the screen there ("WxH+X+Y"), for comparing."""
         command = ["import", "-window", "root", "-crop", area, "rgb:-"]
         return subprocess.run(command, env=self.environment, capture_output=True, check=True).stdout
-
-    def screenshot(self, name, window="root"):
-        SCREENSHOTS.mkdir(parents=True, exist_ok=True)
-        time.sleep(0.15)  # until it is drawn
-        self.run("import", "-window", window, str(SCREENSHOTS / f"{name}.png"), check=True)
 
 
 class OnADesktop(unittest.TestCase):

@@ -29,23 +29,20 @@ class InATray(OnADesktop):
         time.sleep(0.2)
         return first if first == self.desktop.pixels(ICON) else None
 
-    def open_menu(self, screenshot, button=3):
+    def open_menu(self, button):
         self.desktop.click(1010, 14, button)
         eventually(lambda: len(self.desktop.icons_and_menus()) == 2)
-        self.desktop.screenshot(screenshot)
 
     def test_shares_over_http_and_then_over_ftp(self):
         desktop = self.desktop
         program, idle = self.start_in_tray()
-        self.open_menu("1-menu")
+        self.open_menu(3)
         desktop.keys("Down", "Down", "Return")
         window = desktop.window()
-        desktop.screenshot("2-fresh", window)
 
         desktop.keys("space")
-        panel = desktop.window(PANEL)
+        desktop.window(PANEL)
         desktop.type(str(self.folder))
-        desktop.screenshot("3-panel", panel)
         desktop.keys("Return")
         desktop.gone(PANEL)
         self.assertEqual(desktop.window(), window)
@@ -53,25 +50,22 @@ class InATray(OnADesktop):
         desktop.keys("Tab", "Tab", "ctrl+a")
         desktop.type(str(port))
         eventually(lambda: self.stored()["server.port"] == port)
-        desktop.screenshot("4-ready", window)
 
         desktop.keys("Return")
         eventually(lambda: "film.mp4" in fetch(f"http://127.0.0.1:{port}/"))
         eventually(lambda: desktop.pixels(ICON) != idle)
         desktop.keys("Tab", "Tab", "Down", "Down")  # to the copy formats, the third of which is
         eventually(lambda: desktop.clipboard() == f"http://127.0.0.1:{port}/")
-        desktop.screenshot("5-serving-and-copied", window)
         self.assertEqual(self.stored()["server.copyFormat"], "Local link")
         self.assertIn("film.mp4", fetch(desktop.clipboard()))
-        self.open_menu("6-menu-serving", button=1)
+        self.open_menu(1)
         desktop.keys("Down", "Return")
         eventually(lambda: desktop.pixels(ICON) == idle)
         self.assertEqual(fetch(f"http://127.0.0.1:{port}/"), "")
-        desktop.screenshot("7-stopped", window)
 
         desktop.end(program, signal.SIGKILL)
         program, _ = self.start_in_tray()
-        window = self.start_again()
+        self.start_again()
         # With a folder the window begins at the start button.
         desktop.keys("shift+Tab", "shift+Tab", "shift+Tab", "Down", "Tab", "ctrl+a")
         port = free_port()
@@ -79,7 +73,6 @@ class InATray(OnADesktop):
         eventually(lambda: self.stored()["server.port"] == port)
         desktop.keys("Return")
         eventually(lambda: "film.mp4" in fetch(f"ftp://127.0.0.1:{port}/"))
-        desktop.screenshot("8-serving-ftp", window)
         desktop.keys("Escape")
         desktop.gone()
         self.assertIn("film.mp4", fetch(f"ftp://127.0.0.1:{port}/"))
