@@ -11,8 +11,9 @@ namespace quorvel::platform {
 namespace {
 
 // What the kernel may hold unsent for one connection: without a bound a reader that stalls pins
-// megabytes of kernel memory (tcp(7), TCP_NOTSENT_LOWAT).
-constexpr int unsentLimit = 256 << 10;
+// megabytes of kernel memory (tcp(7), TCP_NOTSENT_LOWAT). Short queues are also the fast ones: what
+// waits long has left the processor's cache when its turn comes.
+constexpr int unsentLimit = 64 << 10;
 
 void setOption(int socket, int level, int option, int value) {
     setsockopt(socket, level, option, &value, sizeof value);

@@ -18,11 +18,6 @@ constexpr int stepsPerTurn = 16;
 // Waiting texts are joined up to here; what is sent of a text is freed only with all of it.
 constexpr std::size_t joinedTextLimit = 4096;
 
-// A client that has taken so much may have more on its way than a listener's clients at first:
-// longer turns make a large file a tenth cheaper.
-constexpr std::size_t steadyAfter = 4 << 20;
-constexpr int steadyUnsentLimit = 1 << 20;
-
 std::error_code posixError(int code) {
     return {code, std::generic_category()};
 }
@@ -144,7 +139,6 @@ bool StreamConnection::sendStep() {
     }
     Outgoing finished = std::move(next);
     outgoing_.pop_front();
-    noteTaken(finished.done);
     finished.report({});
     return true;
 }
@@ -165,14 +159,6 @@ void StreamConnection::setCork(bool corked) {
     corked_ = corked;
     const int value = corked ? 1 : 0;
     setsockopt(socket_.number(), IPPROTO_TCP, TCP_CORK, &value, sizeof value);
-}
-
-void StreamConnection::noteTaken(std::size_t count) {
-    const bool wasSteady = bytesTaken_ >= steadyAfter;
-    bytesTaken_ += count;
-    if (wasSteady || bytesTaken_ < steadyAfter) return;
-    setsockopt(socket_.number(), IPPROTO_TCP, TCP_NOTSENT_LOWAT, &steadyUnsentLimit,
-               sizeof steadyUnsentLimit);
 }
 
 bool StreamConnection::receiveStep() {

@@ -44,7 +44,6 @@ class StreamConnection final : public Connection,
     bool receiveStep();
     Outgoing::Progress attempt(Outgoing& item);
     void setCork(bool corked);
-    void noteTaken(std::size_t count);
     void waitFor(Direction direction);
     void end(std::error_code reason, PeerInput input);
     void reportEnd();
@@ -63,7 +62,6 @@ class StreamConnection final : public Connection,
     std::error_code failure_;
     std::size_t receiveMaximum_ = 0;
     std::size_t bytesWaiting_ = 0;
-    std::size_t bytesTaken_ = 0;
     bool driving_ = true;
     bool scheduled_ = false;
     bool ended_ = false;
