@@ -57,20 +57,12 @@ void Acceptor::wait() {
 }
 
 void Acceptor::clientWaits() {
-    const bool leads = listener_->isLeadBy(*this);
-    if (leads && transferWaitsSeen_ != loop_->transferWaits()) listener_->offerLead();
-    if (leads || isNeeded_) return acceptWaiting();
+    if (isNeeded_ || listener_->isLeadBy(*this)) return acceptWaiting();
     watch_.release();
     timer_.expires_after(restTime * rank_);
     timer_.async_wait([self = shared_from_this()](const asio::error_code& cancelled) {
-        if (!cancelled && self->loop_) self->takeOver();
+        if (!cancelled && self->loop_) self->acceptWaiting();
     });
-}
-
-void Acceptor::takeOver() {
-    listener_->takeLead(*this);
-    transferWaitsSeen_ = loop_->transferWaits();
-    acceptWaiting();
 }
 
 void Acceptor::acceptWaiting() {
@@ -80,6 +72,8 @@ void Acceptor::acceptWaiting() {
         const auto handlers = listener_->handlers();
         if (!handlers) return close();
         if (!acceptOne(*handlers)) break;
+        // Who finds a client after its rest leads from here: the leader may be held by a slow disk.
+        listener_->takeLead(*this);
         isNeeded_ = i + 1 == acceptsPerTurn;
     }
     if (!loop_) return;

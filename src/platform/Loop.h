@@ -49,10 +49,6 @@ class Loop {
     void join(LoopMember& member);
     void leave(LoopMember& member);
 
-    /// How often a transfer has had to wait for its client: the thread has clients that stay.
-    std::size_t transferWaits() const { return transferWaits_; }
-    void noteTransferWait() { ++transferWaits_; }
-
     asio::io_context& context() { return context_; }
     std::span<char> buffer() { return buffer_; }
 
@@ -62,7 +58,6 @@ class Loop {
     // One thread runs the context; posting from others stays safe with this hint.
     asio::io_context context_{1};
     LoopMember* first_ = nullptr;
-    std::size_t transferWaits_ = 0;
     std::array<char, bufferSize> buffer_;
 };
 

@@ -132,10 +132,6 @@ std::shared_ptr<const ListenerHandlers> SocketListener::handlers() const {
     return handlers_;
 }
 
-void SocketListener::takeLead(const Acceptor& acceptor) {
-    if (leadIsOffered_.exchange(false)) leader_ = &acceptor;
-}
-
 void SocketListener::reportState(State state, std::error_code error) const {
     const auto current = handlers();
     if (current && current->state) current->state(state, error);

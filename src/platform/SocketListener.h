@@ -35,12 +35,10 @@ class SocketListener final : public Listener, public std::enable_shared_from_thi
     int socket() const { return socket_.number(); }
     void reportState(State state, std::error_code error = {}) const;
 
-    /// One acceptor leads: it takes clients at once, the others take what it leaves waiting. A
-    /// thread whose transfers wait for their clients offers the lead, so that these clients spread
-    /// over the threads.
+    /// One acceptor leads: it takes clients at once. The others look after a rest, and one that
+    /// then finds a client leads from there.
     bool isLeadBy(const Acceptor& acceptor) const { return leader_ == &acceptor; }
-    void offerLead() { leadIsOffered_ = true; }
-    void takeLead(const Acceptor& acceptor);
+    void takeLead(const Acceptor& acceptor) { leader_ = &acceptor; }
 
   private:
     std::error_code bindAndListen() const;
@@ -52,7 +50,6 @@ class SocketListener final : public Listener, public std::enable_shared_from_thi
     std::uint16_t boundPort_ = 0;
     std::atomic<bool> ready_ = false;
     std::atomic<const Acceptor*> leader_ = nullptr;
-    std::atomic<bool> leadIsOffered_ = true;
     mutable std::mutex mutex_;
     std::shared_ptr<ListenerHandlers> handlers_;
     /// How many loops have taken the socket up; guarded by the mutex.
@@ -71,7 +68,6 @@ class Acceptor final : public LoopMember, public std::enable_shared_from_this<Ac
 
   private:
     void clientWaits();
-    void takeOver();
     void acceptWaiting();
     bool acceptOne(const ListenerHandlers& handlers);
     void pause();
@@ -85,7 +81,6 @@ class Acceptor final : public LoopMember, public std::enable_shared_from_this<Ac
     bool paused_ = false;
     /// The last turn left clients waiting: no rest before the next.
     bool isNeeded_ = false;
-    std::size_t transferWaitsSeen_ = 0;
 };
 
 } // namespace quorvel::platform

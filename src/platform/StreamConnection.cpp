@@ -133,7 +133,6 @@ bool StreamConnection::sendStep() {
     if (progress == Outgoing::Progress::failed) return false;
     if (progress == Outgoing::Progress::wouldBlock) {
         next.doneBeforeWait = next.done;
-        loop_->noteTransferWait();
         waitFor(Direction::outgoing);
         return false;
     }

@@ -1,5 +1,8 @@
 #include "QueueHost.h"
 
+#include <atomic>
+#include <list>
+
 namespace quorvel::platform {
 
 using namespace std::chrono_literals;
@@ -71,6 +74,27 @@ TEST(ReleasedQueue, DestroysTheTasksItHasNotRun) {
     goOn.set_value();
     EXPECT_TRUE(WorkQueue::waitUntilAllEnded(5s));
     EXPECT_EQ(token.use_count(), 1);
+}
+
+TEST(Listener, LetsNoClientWaitForAThreadThatIsHeld) {
+    const test::NothingLeft nothingLeft;
+    const auto queue = WorkQueue::concurrent("test.held");
+    const auto listener = *Listener::create(0);
+    std::promise<void> release;
+    std::atomic<int> taken = 0;
+    listener->onConnection([&, released = release.get_future().share()](const ConnectionPtr&) {
+        // One after the other, all threads but one are held, as by a disk that does not answer.
+        if (++taken < 4) released.wait();
+    });
+    listener->start(*queue);
+    ASSERT_TRUE(test::eventually([&] { return listener->port().has_value(); }));
+    std::list<test::SocketClient> clients;
+    for (int i = 1; i <= 6; ++i) {
+        clients.emplace_back(*listener->port());
+        EXPECT_TRUE(test::eventually([&] { return taken == i; }));
+    }
+    release.set_value();
+    listener->cancel();
 }
 
 TEST(Listener, CancelResetsClientsThatWaitAndDropsTheHandlers) {
