@@ -8,14 +8,13 @@ from desktop import OnADesktop, fetch
 from served import eventually, free_port
 
 PANEL = "Choose a folder to share."
-ICON = "24x24+998+2"
 
 
 class InATray(OnADesktop):
     def setUp(self):
         super().setUp()
         self.desktop.start_tray()
-        eventually(lambda: "panel" in self.desktop.output("xwininfo", "-root", "-tree"))
+        eventually(lambda: self.desktop.windows("panel"))
 
     def start_in_tray(self):
         """The program, and its icon for no running server."""
@@ -24,19 +23,31 @@ class InATray(OnADesktop):
         self.assertEqual(self.desktop.windows(), [])
         return program, eventually(self.still_icon)
 
+    def icon(self):
+        command = ["import", "-window", "root", "-crop", "24x24+998+2", "rgb:-"]
+        return self.desktop.run(*command, text=False, check=True)
+
     def still_icon(self):
-        first = self.desktop.pixels(ICON)
+        first = self.icon()
         time.sleep(0.2)
-        return first if first == self.desktop.pixels(ICON) else None
+        return first if first == self.icon() else None
 
     def open_menu(self, button):
-        self.desktop.click(1010, 14, button)
+        self.desktop.run("xdotool", "mousemove", "1010", "14", "click", button, check=True)
         eventually(lambda: len(self.desktop.icons_and_menus()) == 2)
+
+    def type_port(self, *keys):
+        """Types a free port after these keys have led there, and returns it once it is stored."""
+        port = free_port()
+        self.desktop.keys(*keys, "ctrl+a")
+        self.desktop.type(str(port))
+        eventually(lambda: self.stored("port") == port)
+        return port
 
     def test_shares_over_http_and_then_over_ftp(self):
         desktop = self.desktop
         program, idle = self.start_in_tray()
-        self.open_menu(3)
+        self.open_menu("3")
         desktop.keys("Down", "Down", "Return")
         window = desktop.window()
 
@@ -46,36 +57,28 @@ class InATray(OnADesktop):
         desktop.keys("Return")
         desktop.gone(PANEL)
         self.assertEqual(desktop.window(), window)
-        port = free_port()
-        desktop.keys("Tab", "Tab", "ctrl+a")
-        desktop.type(str(port))
-        eventually(lambda: self.stored()["server.port"] == port)
-
+        url = f"http://127.0.0.1:{self.type_port('Tab', 'Tab')}/"
         desktop.keys("Return")
-        eventually(lambda: "film.mp4" in fetch(f"http://127.0.0.1:{port}/"))
-        eventually(lambda: desktop.pixels(ICON) != idle)
+        self.assert_serves(url)
+        eventually(lambda: self.icon() != idle)
         desktop.keys("Tab", "Tab", "Down", "Down")  # to the copy formats, the third of which is
-        eventually(lambda: desktop.clipboard() == f"http://127.0.0.1:{port}/")
-        self.assertEqual(self.stored()["server.copyFormat"], "Local link")
-        self.assertIn("film.mp4", fetch(desktop.clipboard()))
-        self.open_menu(1)
+        eventually(lambda: desktop.run("xclip", "-selection", "clipboard", "-out") == url)
+        self.assertEqual(self.stored("copyFormat"), "Local link")
+        self.open_menu("1")
         desktop.keys("Down", "Return")
-        eventually(lambda: desktop.pixels(ICON) == idle)
-        self.assertEqual(fetch(f"http://127.0.0.1:{port}/"), "")
+        eventually(lambda: self.icon() == idle)
+        self.assertEqual(fetch(url), "")
 
         desktop.end(program, signal.SIGKILL)
         program, _ = self.start_in_tray()
         self.start_again()
         # With a folder the window begins at the start button.
-        desktop.keys("shift+Tab", "shift+Tab", "shift+Tab", "Down", "Tab", "ctrl+a")
-        port = free_port()
-        desktop.type(str(port))
-        eventually(lambda: self.stored()["server.port"] == port)
+        port = self.type_port("shift+Tab", "shift+Tab", "shift+Tab", "Down", "Tab")
         desktop.keys("Return")
-        eventually(lambda: "film.mp4" in fetch(f"ftp://127.0.0.1:{port}/"))
+        self.assert_serves(f"ftp://127.0.0.1:{port}/")
         desktop.keys("Escape")
         desktop.gone()
-        self.assertIn("film.mp4", fetch(f"ftp://127.0.0.1:{port}/"))
+        self.assert_serves(f"ftp://127.0.0.1:{port}/")
         self.start_again()
         desktop.keys("ctrl+q")
         self.assert_ended(program)
@@ -94,14 +97,15 @@ class WithoutATray(OnADesktop):
     def test_the_window_is_the_way_to_a_server_until_a_tray_comes_and_after_it_has_gone(self):
         desktop = self.desktop
         port = free_port()
-        self.desktop.store(folderPath=str(self.folder), port=port)
+        url = f"http://127.0.0.1:{port}/"
+        desktop.store(folderPath=str(self.folder), port=port)
         program = desktop.start_server()
         desktop.window()
         desktop.keys("shift+Tab", "Return")
-        eventually(lambda: fetch(f"http://127.0.0.1:{port}/"))
+        self.assert_serves(url)
         desktop.keys("alt+F4")
         desktop.gone()
-        self.assertIn("film.mp4", fetch(f"http://127.0.0.1:{port}/"))
+        self.assert_serves(url)
         self.start_again()
 
         tray = desktop.start_tray()
@@ -110,7 +114,7 @@ class WithoutATray(OnADesktop):
         desktop.gone()
         desktop.end(tray)
         desktop.window()
-        self.assertIn("film.mp4", fetch(f"http://127.0.0.1:{port}/"))
+        self.assert_serves(url)
         program.send_signal(signal.SIGTERM)
         self.assert_ended(program)
 
