@@ -53,11 +53,12 @@ class FakeConnection final : public platform::Connection,
     void cancel(platform::PeerInput) override { end({}); }
     std::optional<std::string> localIPv4Address() const override { return "127.0.0.1"; }
 
-    /// What the peer does.
+    /// What the peer does; it returns when all that follows from it has happened.
     void deliver(std::string_view bytes, bool endOfStream = false) {
         input_ += bytes;
         inputEnded_ = endOfStream;
         deliverSoon();
+        runTasks();
     }
     void setReading(bool isReading) {
         isReading_ = isReading;

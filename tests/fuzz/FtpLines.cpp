@@ -5,8 +5,7 @@
 
 using namespace quorvel;
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    std::string_view input = test::textOf(data, size);
+void test::fuzz(std::string_view input) {
     while (const auto line = ftp::takeLine(input)) {
         const auto text = ftp::commandText(*line);
         FUZZ_EXPECT(platform::isValidUtf8(text) && !text.contains('\n'));
@@ -20,5 +19,4 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         platform::upperCased(verb);
     }
     FUZZ_EXPECT(!input.contains('\n'));
-    return 0;
 }

@@ -6,27 +6,18 @@
 
 using namespace quorvel;
 
-static void checkReplies(std::string_view replies) {
-    while (!replies.empty()) {
-        const auto line = test::takePart(replies);
-        FUZZ_EXPECT(line.ends_with('\r') && (line[0] == ' ' || (line[0] >= '1' && line[0] <= '5')));
-    }
-}
-
 /// The bytes of a control connection. In between, byte 1 ends a segment, 2 lets a client connect
 /// to the data port, 3 lets it vanish, 4 lets the client read no replies and 5 read them again.
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void test::fuzz(std::string_view input) {
     const auto server = ftp::FTPFileServer::create(test::fuzzFolder(), 2121, std::nullopt);
     FUZZ_EXPECT(server->start());
     const auto mainListener = test::FakeListener::newest.lock();
     auto control = mainListener->connect();
     std::shared_ptr<test::FakeConnection> client;
-    std::string_view input = test::textOf(data, size);
     while (!input.empty()) {
         const auto segment = input.substr(0, input.find_first_of("\1\2\3\4\5"));
         input.remove_prefix(segment.size());
         control->deliver(segment);
-        test::runTasks();
         const char event = input.empty() ? '\1' : input.front();
         input.remove_prefix(input.empty() ? 0 : 1);
         const auto listener = test::FakeListener::newest.lock();
@@ -39,11 +30,13 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     control->deliver({}, true);
     control->setReading(true);
     test::runTasks();
-    checkReplies(control->sent);
+    for (std::string_view replies = control->sent; !replies.empty();) {
+        const auto line = test::takePart(replies);
+        FUZZ_EXPECT(line.ends_with('\r') && (line[0] == ' ' || (line[0] >= '1' && line[0] <= '5')));
+    }
     control.reset();
     client.reset();
     FUZZ_EXPECT(test::FakeConnection::alive == 0);
     server->stop();
     test::runTasks();
-    return 0;
 }

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <cstdlib>
 #include <string_view>
 
@@ -9,14 +7,10 @@
 #define FUZZ_EXPECT(condition)                                                                     \
     if (!(condition)) std::abort()
 
-/// What every target defines, in the form that libFuzzer calls.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
-
 namespace quorvel::test {
 
-inline std::string_view textOf(const std::uint8_t* data, std::size_t size) {
-    return {reinterpret_cast<const char*>(data), size};
-}
+/// What every target defines: takes the bytes to where those of others are read.
+void fuzz(std::string_view input);
 
 /// What stands before the mark, which is taken away with it; everything when there is none.
 inline std::string_view takePart(std::string_view& text, char mark = '\n') {

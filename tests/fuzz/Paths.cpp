@@ -12,8 +12,7 @@ static bool isClean(std::string_view path) {
            !closed.contains("/./") && !closed.contains("/../");
 }
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    std::string_view input = test::textOf(data, size);
+void test::fuzz(std::string_view input) {
     const std::string root = server::standardizedPath("/" + std::string(test::takePart(input)));
     const auto working = ftp::resolvePath("/", test::takePart(input));
     const auto virtualPath = ftp::resolvePath(working, input);
@@ -24,5 +23,4 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FUZZ_EXPECT("/" + std::string(server::relativeTo(root, ofFtp)) == virtualPath);
     const auto ofHttp = http::resolveRequestPath(root, input);
     FUZZ_EXPECT(!ofHttp || (isClean(*ofHttp) && server::isInside(root, *ofHttp)));
-    return 0;
 }

@@ -6,15 +6,13 @@
 
 using namespace quorvel;
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const auto text = test::textOf(data, size);
-    const auto decoded = server::percentDecoded(text);
-    FUZZ_EXPECT(!decoded || (platform::isValidUtf8(*decoded) && decoded->size() <= text.size()));
-    FUZZ_EXPECT(http::decodedPath(text) == decoded.value_or(std::string(text)));
+void test::fuzz(std::string_view input) {
+    const auto decoded = server::percentDecoded(input);
+    FUZZ_EXPECT(!decoded || (platform::isValidUtf8(*decoded) && decoded->size() <= input.size()));
+    FUZZ_EXPECT(http::decodedPath(input) == decoded.value_or(std::string(input)));
     for (const auto part : {server::UrlPart::path, server::UrlPart::user}) {
-        const std::string encoded = server::percentEncoded(text, part);
+        const std::string encoded = server::percentEncoded(input, part);
         FUZZ_EXPECT(encoded.find_first_of("\"<> \r\n") == std::string::npos);
-        if (platform::isValidUtf8(text)) FUZZ_EXPECT(server::percentDecoded(encoded) == text);
+        if (platform::isValidUtf8(input)) FUZZ_EXPECT(server::percentDecoded(encoded) == input);
     }
-    return 0;
 }

@@ -7,9 +7,9 @@
 
 using namespace quorvel;
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void test::fuzz(std::string_view input) {
     static const test::TemporaryFolder folder;
-    const std::string content(test::textOf(data, size));
+    const std::string content(input);
     const std::string path = folder.write("settings.json", content);
     platform::SettingsFile settings(path);
     const bool keptAside = std::filesystem::exists(path + ".unreadable");
@@ -26,5 +26,4 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FUZZ_EXPECT(again.integer("server.port") == port);
     FUZZ_EXPECT(again.string("server.username") == user);
     FUZZ_EXPECT(again.data("server.folderBookmark") == bookmark);
-    return 0;
 }
