@@ -8,13 +8,6 @@ using Values = MemorySettingsStore::Values;
 using Data = SettingsStore::Data;
 using SettingsTest = ModelFixture;
 
-static SettingsStore::Value text(const char* value) {
-    return std::string(value);
-}
-static SettingsStore::Value number(std::int64_t value) {
-    return value;
-}
-
 TEST_F(SettingsTest, ReadsWhatIsStoredAndDefaultsWhereItIsUnusable) {
     struct Case {
         Values stored;
@@ -29,13 +22,13 @@ TEST_F(SettingsTest, ReadsWhatIsStoredAndDefaultsWhereItIsUnusable) {
     const std::string format = "server.copyFormat";
     for (const auto& [stored, wantedType, wantedPort, wantedFormat] : std::initializer_list<Case>{
              {{}, http, 80},
-             {{{type, text("FTP")}, {format, text("Network JSON")}}, ftp, 21, networkJSON},
-             {{{type, text("ftp")}, {format, text("Local link")}}, http, 80, localLine},
-             {{{type, number(1)}, {format, text("Local JSON")}}, http, 80, localJSON},
-             {{{type, text("FTP")}, {port, number(0)}, {format, text("local json")}}, ftp, 21},
-             {{{type, text("FTP")}, {port, number(-5)}, {"server.useAuth", text("true")}}, ftp, 21},
-             {{{port, number(70000)}, {"server.username", number(1)}}, http, 70000},
-             {{{port, text("8080")}}, http, 80}}) {
+             {{{type, "FTP"}, {format, "Network JSON"}}, ftp, 21, networkJSON},
+             {{{type, "ftp"}, {format, "Local link"}}, http, 80, localLine},
+             {{{type, 1}, {format, "Local JSON"}}, http, 80, localJSON},
+             {{{type, "FTP"}, {port, 0}, {format, "local json"}}, ftp, 21},
+             {{{type, "FTP"}, {port, -5}, {"server.useAuth", "true"}}, ftp, 21},
+             {{{port, 70000}, {"server.username", 1}}, http, 70000},
+             {{{port, "8080"}}, http, 80}}) {
         const auto model = makeModel(stored);
         EXPECT_EQ(model->serverType(), wantedType);
         EXPECT_EQ(model->port(), wantedPort);
@@ -57,10 +50,9 @@ TEST_F(SettingsTest, EverySetterStoresAndTellsAllObserversEvenWithoutAChange) {
         released.reset();
     });
     const auto kept = model->onChange([&] { ++first; });
-    const Values expected{
-        {"server.type", text("FTP")},       {"server.port", number(21)},
-        {"server.useAuth", true},           {"server.username", text("bob")},
-        {"server.password", text("p\"ss")}, {"server.copyFormat", text("Local JSON")}};
+    const Values expected{{"server.type", "FTP"},       {"server.port", 21},
+                          {"server.useAuth", true},     {"server.username", "bob"},
+                          {"server.password", "p\"ss"}, {"server.copyFormat", "Local JSON"}};
     for (int round = 0; round < 2; ++round) {
         model->setPort(8080);
         model->setServerType(ServerType::ftp);
@@ -70,7 +62,7 @@ TEST_F(SettingsTest, EverySetterStoresAndTellsAllObserversEvenWithoutAChange) {
         model->setCopyFormat(CopyFormat::localJSON);
         model->setFolderPath("/not stored");
         EXPECT_EQ(store_->values(), expected);
-        store_->set("server.username", text("changed by another program"));
+        store_->set("server.username", "changed by another program");
     }
     EXPECT_EQ(first, 14);
     EXPECT_EQ(second, 13);
