@@ -158,6 +158,7 @@ TEST_F(Escape, IsNoMoreThanReadingForAConfinedThread) {
     const auto& folder = share.folder;
     const std::string inside = folder.path("inside.txt");
     const std::string other = folder.path("other");
+    const std::uint16_t port = freePort();
 
     std::promise<std::vector<std::string>> outcome;
     const auto queue = platform::WorkQueue::serial("test", platform::confinementTo(folder.path()));
@@ -180,7 +181,7 @@ TEST_F(Escape, IsNoMoreThanReadingForAConfinedThread) {
         if (platform::supportedConfinement() >= platform::ConfinementLevel::filesAndNetwork) {
             expectDenied("truncate", truncate(inside.c_str(), 0));
             expectDenied("connect", onLoopback(connect, share.httpPort));
-            expectDenied("bind to a port", onLoopback(bind, freePort()));
+            expectDenied("bind to a port", onLoopback(bind, port));
             if (onLoopback(bind, 0) < 0) allowed.emplace_back("not even a bind to port 0");
         }
         if (platform::supportedConfinement() >= platform::ConfinementLevel::filesNetworkAndSignals)

@@ -3,13 +3,16 @@
 #include "platform/Descriptor.h"
 
 #include <array>
+#include <atomic>
 #include <chrono>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <thread>
+#include <unistd.h>
 
 namespace quorvel::test {
 
@@ -85,15 +88,21 @@ class SocketClient {
     bool wasReset_ = false;
 };
 
-/// A port on which nothing listens at the moment.
+/// A port on which nothing listens at the moment. From below those that the system gives to
+/// clients: one of these could be taken again before the server gets to it.
 inline std::uint16_t freePort() {
-    const platform::Descriptor probe(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    socklen_t length = sizeof address;
-    EXPECT_EQ(bind(probe.number(), reinterpret_cast<sockaddr*>(&address), length), 0);
-    getsockname(probe.number(), reinterpret_cast<sockaddr*>(&address), &length);
-    return ntohs(address.sin_port);
+    constexpr int first = 10'000, count = 20'000, perProcess = 101;
+    static std::atomic<int> next = getpid() * perProcess % count;
+    for (int tries = count; tries > 0; --tries) {
+        const platform::Descriptor probe(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<std::uint16_t>(first + next++ % count));
+        if (bind(probe.number(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0)
+            return ntohs(address.sin_port);
+    }
+    ADD_FAILURE() << "no free port: " << std::strerror(errno);
+    return 0;
 }
 
 inline void sleepFor(std::chrono::milliseconds time) {

@@ -3,6 +3,7 @@
 import contextlib
 import os
 import pathlib
+import random
 import shutil
 import signal
 import socket
@@ -15,9 +16,11 @@ SERVE = os.environ.get("QUORVEL_SERVE", "build/asan/bin/quorvel-serve")
 
 
 def free_port():
-    with socket.socket() as probe:
-        probe.bind(("0.0.0.0", 0))
-        return probe.getsockname()[1]
+    """From below the ports that the system gives to clients: nothing else takes it meanwhile."""
+    while True:
+        with socket.socket() as probe, contextlib.suppress(OSError):
+            probe.bind(("0.0.0.0", random.randrange(10_000, 30_000)))
+            return probe.getsockname()[1]
 
 
 def eventually(condition, limit=20.0):
