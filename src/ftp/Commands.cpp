@@ -127,8 +127,9 @@ void FTPFileServer::handleRestart(const SessionPtr& session, std::string_view ar
 }
 
 void FTPFileServer::handleQuit(const SessionPtr& session, std::string_view) {
-    session->control->send("221 Goodbye.\r\n",
-                           [session](std::error_code) { quitReplied(session); });
+    session->control->send(
+        "221 Goodbye.\r\n", [session](std::error_code) { quitReplied(session); },
+        platform::MoreToSend::yes);
 }
 
 void FTPFileServer::quitReplied(const SessionPtr& session) {
@@ -138,10 +139,10 @@ void FTPFileServer::quitReplied(const SessionPtr& session) {
 }
 
 void FTPFileServer::closeControl(const Session& session) {
-    // The end of the outgoing direction waits for the replies before it, which a cancel would not.
-    session.control->finish([control = session.control](std::error_code) {
-        control->cancel(platform::PeerInput::expected);
-    });
+    // An empty send completes after all replies before it, which a cancel would not wait for.
+    session.control->send(
+        {}, [control = session.control](std::error_code) { control->cancel(); },
+        platform::MoreToSend::yes);
 }
 
 } // namespace quorvel::ftp

@@ -73,11 +73,11 @@ void FTPFileServer::sendListing(const SessionPtr& session, std::string text) {
     const auto connection = claimDataConnection(*session);
     if (!connection) return;
     sendReply(*session, "150 Here comes the directory listing.\r\n");
-    connection->send(std::move(text),
-                     server::weakly(weak_from_this(),
-                                    [session, connection](FTPFileServer&, std::error_code error) {
-                                        finishListing(*session, connection, error);
-                                    }));
+    auto sent = [session, connection](FTPFileServer&, std::error_code error) {
+        finishListing(*session, connection, error);
+    };
+    connection->send(std::move(text), server::weakly(weak_from_this(), std::move(sent)),
+                     platform::MoreToSend::yes);
 }
 
 void FTPFileServer::finishListing(Session& session, const ConnectionPtr& connection,

@@ -88,7 +88,8 @@ FTPFileServer::ConnectionPtr FTPFileServer::claimDataConnection(Session& session
 }
 
 void FTPFileServer::finishDataConnection(Session& session, const ConnectionPtr& connection) {
-    connection->finish([connection](std::error_code) { connection->cancel(); });
+    // The network has taken all of it; the close sends what it held back, and the end with it.
+    connection->cancel();
     // A transfer that PASV or EPSV cut must leave alone what they opened.
     if (session.dataConnection != connection) return;
     session.dataConnection = nullptr;

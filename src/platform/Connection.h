@@ -60,8 +60,6 @@ class Connection {
     virtual void sendFile(std::shared_ptr<const OpenFile> file, std::int64_t offset,
                           std::size_t count, FileHandler handler,
                           MoreToSend more = MoreToSend::no) = 0;
-    /// Closes the outgoing direction after all earlier sends.
-    virtual void finish(SendHandler handler = {}) = 0;
 
     /// Bytes given to `send` that the network has not taken yet.
     virtual std::size_t bytesWaiting() const = 0;

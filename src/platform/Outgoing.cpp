@@ -7,10 +7,6 @@
 namespace quorvel::platform {
 
 Outgoing::Progress Outgoing::proceed(int socket, std::span<char> buffer) {
-    if (closesDirection) {
-        shutdown(socket, SHUT_WR);
-        return Progress::complete;
-    }
     if (file) return sendFromCache(socket, buffer);
     return sendBytes(socket, std::string_view(text).substr(done));
 }

@@ -6,7 +6,7 @@
 
 namespace quorvel::platform {
 
-/// One send on its way: text, a piece of a file, or the close of the outgoing direction.
+/// One send on its way: text or a piece of a file.
 struct Outgoing {
     enum class Progress { complete, wouldBlock, failed };
 
@@ -18,7 +18,6 @@ struct Outgoing {
     /// What `done` was when the socket was last waited for.
     std::optional<std::size_t> doneBeforeWait;
     MoreToSend more = MoreToSend::no;
-    bool closesDirection = false;
     bool complete = false;
     Connection::SendHandler handler;
     Connection::FileHandler fileHandler;
@@ -30,7 +29,7 @@ struct Outgoing {
     /// Bytes of text that the network has not taken.
     std::size_t waiting() const { return text.size() - (file ? 0 : done); }
     /// Text that nobody waits for.
-    bool isPlainText() const { return !file && !closesDirection && !handler; }
+    bool isPlainText() const { return !file && !handler; }
     bool isAwaited() const { return handler || fileHandler; }
     void report(std::error_code error);
 

@@ -64,13 +64,6 @@ void StreamConnection::sendFile(std::shared_ptr<const OpenFile> file, std::int64
     enqueue(std::move(item));
 }
 
-void StreamConnection::finish(SendHandler handler) {
-    Outgoing item;
-    item.closesDirection = true;
-    item.handler = std::move(handler);
-    enqueue(std::move(item));
-}
-
 void StreamConnection::enqueue(Outgoing item) {
     if (!ended_ && joinLast(item)) return;
     // The network is asked at once, only the report comes later.
@@ -147,9 +140,7 @@ Outgoing::Progress StreamConnection::attempt(Outgoing& item) {
     if (item.file && item.more == MoreToSend::yes) setCork(true);
     const auto progress = item.proceed(socket_.number(), loop_->buffer());
     if (progress == Outgoing::Progress::failed) end(posixError(errno), PeerInput::done);
-    // The end of the stream takes along what the cork holds back.
-    const bool isLast = item.more == MoreToSend::no && !item.closesDirection;
-    if (progress == Outgoing::Progress::complete && isLast) setCork(false);
+    if (progress == Outgoing::Progress::complete && item.more == MoreToSend::no) setCork(false);
     return progress;
 }
 

@@ -24,7 +24,6 @@ class StreamConnection final : public Connection,
     void send(std::string bytes, SendHandler handler, MoreToSend more) override;
     void sendFile(std::shared_ptr<const OpenFile> file, std::int64_t offset, std::size_t count,
                   FileHandler handler, MoreToSend more) override;
-    void finish(SendHandler handler) override;
     std::size_t bytesWaiting() const override { return bytesWaiting_; }
     void cancel(PeerInput input) override;
     std::optional<std::string> localIPv4Address() const override;

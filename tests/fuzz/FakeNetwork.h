@@ -48,7 +48,6 @@ class FakeConnection final : public platform::Connection,
                          auto error) mutable { handler(error, error ? 0 : size); },
                      0);
     }
-    void finish(SendHandler handler) override { send({}, std::move(handler), {}); }
     std::size_t bytesWaiting() const override { return bytesWaiting_; }
     void cancel(platform::PeerInput) override { end({}); }
     std::optional<std::string> localIPv4Address() const override { return "127.0.0.1"; }
