@@ -39,8 +39,9 @@ class StreamConnection final : public Connection,
     void enqueue(Outgoing item);
     bool joinLast(const Outgoing& item);
     void schedule();
-    bool sendStep();
-    bool receiveStep();
+    /// What they did, as bytes of a turn; 0 when there is nothing to do now.
+    std::size_t sendStep();
+    std::size_t receiveStep();
     Outgoing::Progress attempt(Outgoing& item);
     void setCork(bool corked);
     void waitFor(Direction direction);
