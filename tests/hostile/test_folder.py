@@ -6,7 +6,8 @@ import threading
 import time
 import unittest
 
-from hostile import SCALE, HostileTest
+from hostile import HostileTest
+from served import eventually
 
 NEEDS_ROOT = unittest.skipUnless(os.geteuid() == 0, "needs root to mount, or to be somebody else")
 ODD_NAMES = [
@@ -14,7 +15,6 @@ ODD_NAMES = [
     b"\xff\xfe not UTF-8", b"x" * 255, b"\xc3\xa4" * 127, b"100%41", b"a?b#c", b"back\\slash",
     b"%", b" ", b"-la", b"~", b"javascript:alert(1)", b"\x01\x7f",
 ]
-LONG = b"d" * 250
 
 
 class Http(HostileTest):
@@ -26,14 +26,6 @@ class Http(HostileTest):
         for name in ODD_NAMES:
             with open(os.fsencode(folder / "odd") + b"/" + name, "wb") as file:
                 file.write(b"content of " + name)
-        (folder / "loop").symlink_to("loop")
-        (folder / "here").symlink_to(".")
-        # Folders in each other, beyond what a path may be; shutil.rmtree could not remove them.
-        subprocess.run(
-            ["sh", "-c", 'for i in $(seq 25); do mkdir $0 && cd -P $0; done', LONG],
-            cwd=folder, check=True,
-        )
-        cls.addClassCleanup(subprocess.run, ["rm", "-rf", str(folder)], check=True)
 
     def turn(self, stop):
         """One name after the other goes through every kind of entry."""
@@ -58,7 +50,7 @@ class Http(HostileTest):
         self.addCleanup(changer.join)
         self.addCleanup(stop.set)
         with self.attack("entries that change while they are read"):
-            end = time.monotonic() + 2 * SCALE
+            end = time.monotonic() + 2
             number = 0
             while time.monotonic() < end or number < 20:
                 self.names(b"changing")
@@ -72,18 +64,6 @@ class Http(HostileTest):
             # What is asked for is text, over FTP in one line.
             if name[0] != 0xFF and (self.protocol == "http" or b"\n" not in name):
                 self.assertEqual(self.read(b"odd/" + name), b"content of " + name)
-
-    def test_loops_and_long_paths(self):
-        for path, found in (
-            (b"loop", False),
-            (b"here/" * 30 + b"here", True),
-            (b"here/" * 100 + b"here", False),
-            (b"/".join([LONG] * 15), True),
-            (b"/".join([LONG] * 25), False),
-            (b"x" * 300, False),
-        ):
-            with self.subTest(path=path[:10], length=len(path)):
-                self.assertEqual(self.enters(path), found)
 
 
 class Ftp(Http):
@@ -125,7 +105,7 @@ class PulledStick(MountedFolder):
     def test_unmount_while_serving(self):
         self.client()
         self.assertEqual(self.names(b"."), [b"file"])
-        enter = ["nsenter", "-m", "-t", str(self.pid)]
+        enter = ["nsenter", "-m", "-t", str(self.server.pid)]
         subprocess.run([*enter, "umount", str(self.folder)], check=True)  # would fail as busy
         self.assertNotIn(b"file", self.names(b"."))
 
@@ -147,7 +127,7 @@ class FolderWithErrors(MountedFolder):
         self.assertTrue(self.read(b"self/root/etc/passwd").startswith(b"550"))
         self.assertIn(b"self", self.names(b"."))
         self.read(b"kmsg")  # ends, although more may come one day
-        self.assert_idle()
+        eventually(self.is_idle)
 
 
 if __name__ == "__main__":
