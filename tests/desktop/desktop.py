@@ -82,10 +82,10 @@ class Desktop:
         place = "--edge top --align right --widthtype request --height 28".split()
         return self.start("trayer", *place, "--SetDockType", "true", "--expand", "true")
 
-    def run(self, *command, text=True, check=False):
+    def run(self, *command, check=False):
         """What the command writes."""
         return subprocess.run(
-            command, env=self.environment, capture_output=True, timeout=30, text=text, check=check
+            command, env=self.environment, capture_output=True, timeout=30, text=True, check=check
         ).stdout
 
     def shown(self, name=TITLE):

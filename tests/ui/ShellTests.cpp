@@ -1,43 +1,12 @@
-#include "model/ModelFixture.h"
-#include "ui/DesktopApplication.h"
+#include "ui/MenuText.h"
 #include "ui/QtMainQueue.h"
 
 #include <QTest>
+#include <array>
+#include <gtest/gtest.h>
 #include <thread>
 
 namespace quorvel::ui {
-
-using Menu = model::ModelFixture;
-
-TEST_F(Menu, FollowsTheModel) {
-    const auto model = makeStartable();
-    int opened = 0;
-    int quit = 0;
-    TrayMenu menu(model, {[&] { ++opened; }, [&] { ++quit; }}, MenuDrawnBy::ourselves);
-    const auto expect = [&](const QString& status, const QString& toggle) {
-        QStringList lines;
-        for (const auto* action : menu.actions())
-            lines << (action->isSeparator() ? "-"
-                      : action->isEnabled() ? ""
-                                            : "disabled ") +
-                         action->text();
-        const QStringList expected{"disabled " + status, toggle, "-",
-                                   "Settings…",          "-",    "Quit Quorvel Server"};
-        EXPECT_EQ(lines, expected) << lines.join('\n').toStdString();
-    };
-    expect("Server stopped", "Start Server");
-    menu.actions().at(1)->trigger();
-    expect("Starting…", "Stop Server");
-    becomeReady();
-    expect("Serving http://192.168.1.20:8080/", "Stop Server");
-    fail("No & more.");
-    expect("Error: No && more.", "Start Server");
-    menu.actions().at(3)->trigger();
-    menu.actions().at(5)->trigger();
-    EXPECT_EQ(opened, 1);
-    EXPECT_EQ(quit, 1);
-    EXPECT_EQ(menu.actions().at(5)->shortcut(), QKeySequence("Ctrl+Q"));
-}
 
 TEST(MenuTextTests, ShowsEveryCharacter) {
     using Case = std::array<const char*, 3>;
@@ -46,15 +15,6 @@ TEST(MenuTextTests, ShowsEveryCharacter) {
           Case{"", "", ""}}) {
         EXPECT_EQ(menuText(text, MenuDrawnBy::ourselves), ourselves);
         EXPECT_EQ(menuText(text, MenuDrawnBy::trayHost), trayHost);
-    }
-}
-
-TEST(ClosingRule, NeverLosesTheLastWayToARunningServer) {
-    for (const bool active : {false, true}) {
-        EXPECT_EQ(closingRule(TrayKind::none, active),
-                  active ? Closing::minimises : Closing::quits);
-        EXPECT_EQ(closingRule(TrayKind::embedded, active), Closing::hides);
-        EXPECT_EQ(closingRule(TrayKind::statusNotifier, active), Closing::hides);
     }
 }
 

@@ -1,18 +1,51 @@
+#include "model/ModelFixture.h"
+#include "ui/DesktopApplication.h"
 #include "ui/Picker.h"
-#include "ui/WindowFixture.h"
 
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QTest>
 #include <QWheelEvent>
 
 namespace quorvel::ui {
 
 using namespace std::string_literals;
 
-class Window : public WindowFixture {
+/// A window on a model among fakes.
+class Window : public model::ModelFixture {
   protected:
+    void open(std::shared_ptr<model::ServerModel> model, const QString& version = "1.0.0") {
+        model_ = std::move(model);
+        copyAction_ = model::CopyAction::create(model_, pasteboard_, queue_);
+        window_ = std::make_unique<SettingsWindow>(model_, copyAction_, version);
+        window_->show();
+    }
+
+    template <class Widget = QWidget>
+    Widget& child(const char* name) const {
+        auto* found = window_->findChild<Widget*>(name);
+        if (found == nullptr) throw std::invalid_argument(name);
+        return *found;
+    }
+
+    std::string text(const char* name) const {
+        return child(name).property("text").toString().toStdString();
+    }
+
+    /// What the user types over the field's text; the editing does not end.
+    void type(const char* field, const QString& text) const {
+        auto& edit = child(field);
+        edit.setFocus();
+        QTest::keySequence(&edit, QKeySequence::SelectAll);
+        QTest::keyClick(&edit, Qt::Key_Delete);
+        for (const QChar character : text) {
+            QKeyEvent press(QEvent::KeyPress, Qt::Key_unknown, {}, character);
+            QCoreApplication::sendEvent(&edit, &press);
+        }
+    }
+
     /// The start button's title, what can be used, and the information.
     void expectShown(const std::string& button, const std::string& enabled,
                      const std::string& info) const {
@@ -23,6 +56,10 @@ class Window : public WindowFixture {
         EXPECT_EQ(names, enabled);
         EXPECT_EQ(child<QPlainTextEdit>("infoText").toPlainText().toStdString(), info);
     }
+
+    std::shared_ptr<model::ServerModel> model_;
+    std::shared_ptr<model::CopyAction> copyAction_;
+    std::unique_ptr<SettingsWindow> window_;
 };
 
 TEST_F(Window, ShowsEveryStateOfTheModel) {
@@ -179,24 +216,25 @@ TEST_F(Window, TellsItsVersion) {
     EXPECT_EQ(text("aboutSubtitle"), maker + "—");
 }
 
-TEST_F(Window, ClosesAsItIsTold) {
+TEST_F(Window, ClosesWithoutBeingTheLastWayToARunningServer) {
     struct Case {
-        Closing rule;
-        bool visible, minimised;
-        int quits;
+        TrayKind tray;
+        bool serverIsActive, staysMinimised, quits;
     };
-    for (const auto& [rule, visible, minimised, quits] :
-         {Case{Closing::hides, false, false, 0}, Case{Closing::minimises, true, true, 0},
-          Case{Closing::quits, false, false, 1}}) {
+    using enum TrayKind;
+    for (const auto& [tray, serverIsActive, staysMinimised, quits] :
+         {Case{none, false, false, true}, Case{none, true, true, false},
+          Case{embedded, true, false, false}, Case{embedded, false, false, false},
+          Case{statusNotifier, true, false, false}, Case{statusNotifier, false, false, false}}) {
         for (const bool byEscape : {false, true}) {
-            int quit = 0;
+            bool hasQuit = false;
             open(makeModel());
-            window_->closing = [rule = rule] { return rule; };
-            window_->onQuit = [&quit] { ++quit; };
+            window_->closing = [rule = closingRule(tray, serverIsActive)] { return rule; };
+            window_->onQuit = [&hasQuit] { hasQuit = true; };
             byEscape ? QTest::keyClick(window_.get(), Qt::Key_Escape) : void(window_->close());
-            EXPECT_EQ(window_->isVisible(), visible);
-            EXPECT_EQ(window_->isMinimized(), minimised);
-            EXPECT_EQ(quit, quits);
+            EXPECT_EQ(window_->isVisible(), staysMinimised);
+            EXPECT_EQ(window_->isMinimized(), staysMinimised);
+            EXPECT_EQ(hasQuit, quits);
         }
     }
 }
