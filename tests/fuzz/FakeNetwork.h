@@ -37,16 +37,17 @@ class FakeConnection final : public platform::Connection,
     }
     void send(std::string bytes, SendHandler handler, platform::MoreToSend) override {
         if (!ended_) sent += bytes;
-        completeSoon(std::move(handler), bytes.size());
+        if (!isReading_) bytesWaiting_ += bytes.size();
+        completeSoon(std::move(handler));
     }
     void sendFile(std::shared_ptr<const platform::OpenFile> file, std::int64_t offset,
                   std::size_t count, FileHandler handler, platform::MoreToSend) override {
         std::string content(std::min<std::size_t>(count, 1 << 20), '\0');
         content.resize(ended_ ? 0 : file->read(offset, content).value_or(0));
         sent += content;
-        completeSoon([handler = std::move(handler), size = content.size()](
-                         auto error) mutable { handler(error, error ? 0 : size); },
-                     0);
+        completeSoon([handler = std::move(handler), size = content.size()](auto error) mutable {
+            handler(error, error ? 0 : size);
+        });
     }
     std::size_t bytesWaiting() const override { return bytesWaiting_; }
     void cancel(platform::PeerInput) override { end({}); }
@@ -63,8 +64,7 @@ class FakeConnection final : public platform::Connection,
         isReading_ = isReading;
         if (!isReading) return;
         bytesWaiting_ = 0;
-        for (auto& [handler, size] : std::exchange(stalled_, {}))
-            completeSoon(std::move(handler), size);
+        std::ranges::move(std::exchange(stalled_, {}), std::back_inserter(tasks));
     }
     void vanish() { end(std::make_error_code(std::errc::connection_reset)); }
 
@@ -72,24 +72,23 @@ class FakeConnection final : public platform::Connection,
     static inline int alive = 0;
 
   private:
+    static inline const auto cancelled = std::make_error_code(std::errc::operation_canceled);
+
     void deliverSoon() {
         tasks.emplace_back([self = shared_from_this()] {
             const bool hasNews = self->ended_ || !self->input_.empty() || self->inputEnded_;
             if (!self->receiveHandler_ || !hasNews) return;
             auto handler = std::exchange(self->receiveHandler_, {});
-            if (self->ended_) return handler({{}, false, cancelled()});
+            if (self->ended_) return handler({{}, false, cancelled});
             const std::string bytes = self->input_.substr(0, self->maximum_);
             self->input_.erase(0, bytes.size());
             handler({bytes, bytes.empty(), {}});
         });
     }
-    void completeSoon(SendHandler handler, std::size_t size) {
-        if (!isReading_ && !ended_) {
-            bytesWaiting_ += size;
-            return void(stalled_.emplace_back(std::move(handler), size));
-        }
-        tasks.emplace_back([self = shared_from_this(), handler = std::move(handler)]() mutable {
-            if (handler) handler(self->ended_ ? cancelled() : std::error_code{});
+    void completeSoon(SendHandler handler) {
+        auto& queue = isReading_ || ended_ ? tasks : stalled_;
+        queue.emplace_back([self = shared_from_this(), handler = std::move(handler)]() mutable {
+            if (handler) handler(self->ended_ ? cancelled : std::error_code{});
         });
     }
     void end(std::error_code reason) {
@@ -100,10 +99,6 @@ class FakeConnection final : public platform::Connection,
             if (auto handler = std::exchange(self->endHandler_, {})) handler(reason);
         });
     }
-    static std::error_code cancelled() {
-        return std::make_error_code(std::errc::operation_canceled);
-    }
-
     std::string input_;
     std::size_t maximum_ = 0;
     std::size_t bytesWaiting_ = 0;
@@ -112,7 +107,7 @@ class FakeConnection final : public platform::Connection,
     bool ended_ = false;
     ReceiveHandler receiveHandler_;
     EndHandler endHandler_;
-    std::deque<std::pair<SendHandler, std::size_t>> stalled_;
+    std::deque<platform::Task> stalled_;
 };
 
 class FakeListener final : public platform::Listener,

@@ -3,6 +3,7 @@
 #include "FuzzFolder.h"
 
 #include "ftp/FTPFileServer.h"
+#include "platform/Text.h"
 
 using namespace quorvel;
 
@@ -30,6 +31,7 @@ void test::fuzz(std::string_view input) {
     control->deliver({}, true);
     control->setReading(true);
     test::runTasks();
+    FUZZ_EXPECT(platform::isValidUtf8(control->sent));
     for (std::string_view replies = control->sent; !replies.empty();) {
         const auto line = test::takePart(replies);
         FUZZ_EXPECT(line.ends_with('\r') && (line[0] == ' ' || (line[0] >= '1' && line[0] <= '5')));
