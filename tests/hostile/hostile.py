@@ -108,7 +108,7 @@ class HostileTest(ServedFolder):
     def get(self, path):
         """The status and the body, over HTTP."""
         with contextlib.closing(self.client()) as client:
-            client.send(b"GET /" + urllib.parse.quote_from_bytes(path).encode() + b" HTTP/1.1\r\n\r\n")
+            client.send(f"GET /{urllib.parse.quote_from_bytes(path)} HTTP/1.1\r\n\r\n".encode())
             head, _, body = client.rest().partition(b"\r\n\r\n")
             return int(head.split()[1]), body
 
