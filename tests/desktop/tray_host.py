@@ -58,12 +58,12 @@ class TrayHost:
         return self.proxy(self.property("Menu"), "com.canonical.dbusmenu")
 
     def entries(self):
-        """Each entry's text as its user sees it, its number and its properties."""
+        """Each entry's text as its user sees it, and its number."""
         _, (_, _, entries) = self.menu().GetLayout("(iias)", 0, -1, [])
-        return [(self.text(properties), number, properties) for number, properties, _ in entries]
+        return [(self.text(properties), number) for number, properties, _ in entries]
 
     def lines(self):
-        return [text for text, _, _ in self.entries()]
+        return [text for text, _ in self.entries()]
 
     @staticmethod
     def text(properties):
@@ -74,5 +74,5 @@ class TrayHost:
         return label if properties.get("enabled", True) else f"({label})"
 
     def choose(self, line):
-        number = next(number for text, number, _ in self.entries() if text == line)
+        number = next(number for text, number in self.entries() if text == line)
         self.menu().Event("(isvu)", number, "clicked", GLib.Variant("s", ""), 0)

@@ -154,8 +154,6 @@ TEST_F(Window, StartsAndStopsWithReturnFromEverywhere) {
 
 TEST_F(Window, CopiesWhenAFormatIsPickedAndConfirmsItForAMoment) {
     open(makeStartable());
-    Q_EMIT child<Picker>("copyFormat").activated(3);
-    EXPECT_TRUE(pasteboard_->texts.empty());
     model_->start();
     becomeReady();
     Q_EMIT child<Picker>("copyFormat").activated(3);
