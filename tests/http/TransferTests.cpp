@@ -1,4 +1,6 @@
-#include "HTTPFolder.h"
+#include "support/ServedFolder.h"
+
+#include "http/HTTPFileServer.h"
 
 #include <sys/resource.h>
 #include <unistd.h>
@@ -9,12 +11,9 @@ using namespace std::chrono_literals;
 using test::SocketClient;
 using test::startAndWait;
 using testing::StartsWith;
+using HTTPFolder = test::ServedFolder<HTTPFileServer>;
 
 constexpr std::size_t MiB = 1 << 20;
-
-static std::string bodyOf(const std::string& answer) {
-    return answer.substr(answer.find("\r\n\r\n") + 4);
-}
 
 /// Has received its head.
 static SocketClient startDownload(const HTTPFolder& served) {
@@ -29,10 +28,15 @@ TEST(Transfer, BringsEveryByteOfWhatWasAskedFor) {
     for (const std::size_t size : {0UL, 1UL, 16384UL, 16385UL, 262144UL, 262145UL, 5'000'000UL}) {
         const std::string content = test::patternedContent(size);
         served.folder.write("file", content);
-        EXPECT_TRUE(bodyOf(served.get("/file")) == content) << size;
+        const auto expectFrom = [&](std::size_t first, const std::string& range) {
+            const auto answer = served.exchange("GET /file\r\nRange: " + range + "\r\n\r\n");
+            const auto body = answer.substr(answer.find("\r\n\r\n") + 4);
+            EXPECT_TRUE(body == content.substr(first)) << range << " of " << size;
+        };
+        expectFrom(0, "none");
         if (size < 2) continue;
-        EXPECT_TRUE(bodyOf(served.get("/file", "Range: bytes=1-\r\n")) == content.substr(1));
-        EXPECT_TRUE(bodyOf(served.get("/file", "Range: bytes=-7\r\n")) == content.substr(size - 7));
+        expectFrom(1, "bytes=1-");
+        expectFrom(size - 7, "bytes=-7");
     }
 }
 
@@ -48,41 +52,30 @@ TEST(Transfer, EndsEarlyWhenTheFileShrinksAndOnTimeWhenItGrows) {
     }
 }
 
-/// Twenty stalled downloads and twenty unfinished heads.
-static std::vector<SocketClient> busyClients(const HTTPFolder& served) {
-    served.folder.writeSparse("big", 64 * MiB);
-    std::vector<SocketClient> clients;
-    for (int i = 0; i < 20; ++i) {
-        clients.push_back(startDownload(served));
-        clients.emplace_back(served.port).send("GET / HT");
-    }
-    return clients;
-}
-
-TEST(Stop, WithReleaseLeavesNothingBehind) {
-    HTTPFolder served;
-    auto clients = busyClients(served);
-    served.server->stop();
-    served.server.reset();
-    for (auto& client : clients)
-        EXPECT_LT(client.receiveAll().size(), 64 * MiB);
-}
-
-TEST(Stop, AloneLetsTransfersRunToTheirEndAndFreesThePort) {
-    const HTTPFolder served;
-    auto clients = busyClients(served);
-    const auto next = HTTPFileServer::create(served.folder.path(), served.port, std::nullopt);
-    EXPECT_EQ(startAndWait(*next), "That port is already in use.");
+TEST(Stop, FreesThePortAndWithReleaseEndsTransfersToo) {
     EXPECT_EQ(startAndWait(*HTTPFileServer::create("/", 0, std::nullopt)), "Invalid port number.");
-    served.server->stop();
-    served.server->stop();
-    const auto third = HTTPFileServer::create(served.folder.path(), served.port, std::nullopt);
-    EXPECT_EQ(startAndWait(*third), "ready");
-    EXPECT_EQ(clients[0].receiveAll().size(), 64 * MiB);
-    clients[1].send("TP/1.1\r\n\r\n");
-    EXPECT_THAT(clients[1].receiveAll(), StartsWith("HTTP/1.1 200 OK\r\n"));
-    EXPECT_THAT(served.get("/"), StartsWith("HTTP/1.1 200 OK\r\n"));
-    third->stop();
+    for (const bool releases : {false, true}) {
+        HTTPFolder served;
+        served.folder.writeSparse("big", 64 * MiB);
+        std::vector<SocketClient> downloads;
+        std::vector<SocketClient> heads;
+        for (int i = 0; i < 5; ++i) {
+            downloads.push_back(startDownload(served));
+            heads.emplace_back(served.port).send("GET / HT");
+        }
+        served.server->stop();
+        served.server->stop();
+        const auto next = HTTPFileServer::create(served.folder.path(), served.port, std::nullopt);
+        EXPECT_EQ(startAndWait(*next), "ready");
+        EXPECT_THAT(served.exchange("GET /\r\n\r\n"), StartsWith("HTTP/1.1 200 OK\r\n"));
+        if (releases) served.server.reset();
+        for (auto& download : downloads)
+            EXPECT_EQ(download.receiveAll().size() == 64 * MiB, !releases);
+        for (auto& head : heads) {
+            head.send("TP/1.1\r\n\r\n");
+            EXPECT_EQ(head.receiveAll().empty(), releases);
+        }
+    }
 }
 
 /// Lets only so many descriptors more be opened.
@@ -104,7 +97,7 @@ TEST(OutOfDescriptors, NoFileIsSaidToBeMissing) {
     const HTTPFolder served;
     served.folder.write("small", "quick");
     SocketClient accepted(served.port);
-    test::sleepFor(500ms);
+    std::this_thread::sleep_for(500ms);
     const FewDescriptors none(0);
     accepted.send("GET /small HTTP/1.1\r\n\r\n");
     EXPECT_THAT(accepted.receiveAll(), testing::EndsWith("Cannot open file"));

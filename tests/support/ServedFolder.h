@@ -34,6 +34,15 @@ class ServedFolder {
         if (server) server->stop();
     }
 
+    /// Sends the bytes as they are and returns everything up to the end of the stream.
+    std::string exchange(std::string_view bytes) const {
+        SocketClient client(port);
+        EXPECT_TRUE(client.send(bytes));
+        std::string answer = client.receiveAll();
+        EXPECT_FALSE(client.wasReset());
+        return answer;
+    }
+
     const NothingLeft nothingLeft;
     const TemporaryFolder folder;
     const std::uint16_t port = freePort();

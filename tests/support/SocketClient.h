@@ -105,17 +105,13 @@ inline std::uint16_t freePort() {
     return 0;
 }
 
-inline void sleepFor(std::chrono::milliseconds time) {
-    std::this_thread::sleep_for(time);
-}
-
 /// Asks until the condition holds; false after the limit.
 template <class Condition>
 bool eventually(Condition condition, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
     const auto deadline = Clock::now() + limit;
     while (!condition()) {
         if (Clock::now() > deadline) return false;
-        sleepFor(std::chrono::milliseconds(5));
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     return true;
 }
