@@ -8,6 +8,7 @@
 namespace quorvel::platform {
 
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 using Data = SettingsFile::Data;
 
 class SettingsFileTest : public testing::Test {
@@ -19,26 +20,21 @@ class SettingsFileTest : public testing::Test {
 };
 
 TEST_F(SettingsFileTest, BringsEveryTypeBackAfterARestart) {
-    const std::vector<SettingsFile::Value> values{
-        "",        "plain", "é😀 \"\\\n",        "not UTF-8: \xFF\xC3", std::string("\0x", 2),
-        true,      false,   std::int64_t{8080}, std::int64_t{-1},      INT64_MAX,
-        INT64_MIN, Data{},  Data{0, 1, 255}};
-    SettingsFile written(path_);
-    for (std::size_t i = 0; i < values.size(); ++i)
-        EXPECT_TRUE(written.set(std::to_string(i), values[i]));
-    const SettingsFile read(path_);
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        const auto key = std::to_string(i);
-        const auto expect = [&]<class Type>(const std::optional<Type>& value) {
-            const auto* const set = std::get_if<Type>(&values[i]);
-            EXPECT_EQ(value, set ? std::optional(*set) : std::nullopt) << key;
-        };
-        expect(read.integer(key));
-        expect(read.boolean(key));
-        const bool isText = std::holds_alternative<std::string>(values[i]);
-        isText ? expect(read.string(key)) : expect(read.data(key));
-    }
-    EXPECT_FALSE(read.string("missing") || read.integer("0") || read.string("5"));
+    const auto restarted = [this](const SettingsFile::Value& value) {
+        EXPECT_TRUE(SettingsFile(path_).set("key", value));
+        return SettingsFile(path_);
+    };
+    for (const auto& text : {""s, "plain"s, "é😀 \"\\\n"s, "not UTF-8: \xFF\xC3"s, "\0x"s})
+        EXPECT_EQ(restarted(text).string("key"), text);
+    for (const std::int64_t number : {std::int64_t{8080}, std::int64_t{-1}, INT64_MAX, INT64_MIN})
+        EXPECT_EQ(restarted(number).integer("key"), number);
+    for (const Data& data : {Data{}, Data{0, 1, 255}})
+        EXPECT_EQ(restarted(data).data("key"), data);
+    for (const bool flag : {true, false})
+        EXPECT_EQ(restarted(flag).boolean("key"), flag);
+    const SettingsFile flagAgain(path_);
+    EXPECT_FALSE(flagAgain.string("key") || flagAgain.integer("key") || flagAgain.data("key"));
+    EXPECT_FALSE(flagAgain.boolean("missing") || restarted("1").integer("key"));
 }
 
 TEST_F(SettingsFileTest, IsReadableByItsOwnerOnlyAndLeavesNothingBeside) {
