@@ -145,6 +145,15 @@ TEST_F(Answers, DoNotDependOnHowTheHeadArrives) {
     EXPECT_EQ(exchange("GET /ten.txt\r\nRange: bytes=2-4\r\n" + padding + "\r\n"), partial + "234");
 }
 
+TEST_F(Answers, ReachAClientThatIsStillSending) {
+    test::SocketClient client(port);
+    client.send("POST / HTTP/1.1\r\nContent-Length: 1000000\r\n\r\n");
+    EXPECT_EQ(client.receiveUntil(notAllowed), notAllowed);
+    EXPECT_TRUE(client.send(std::string(1'000'000, 'x')));
+    EXPECT_EQ(client.receiveAll(), "");
+    EXPECT_FALSE(client.wasReset());
+}
+
 TEST_F(Answers, AreNotGivenToAHeadWithoutItsEnd) {
     EXPECT_EQ(exchange(std::string(600'000, 'x')), "");
     EXPECT_EQ(exchange("GET / HTTP/1.1\r\n" + std::string(600'000, '\n')), "");

@@ -63,6 +63,8 @@ TEST(Stop, FreesThePortAndWithReleaseEndsTransfersToo) {
             downloads.push_back(startDownload(served));
             heads.emplace_back(served.port).send("GET / HT");
         }
+        const auto early = HTTPFileServer::create(served.folder.path(), served.port, std::nullopt);
+        EXPECT_EQ(startAndWait(*early), "That port is already in use.");
         served.server->stop();
         served.server->stop();
         const auto next = HTTPFileServer::create(served.folder.path(), served.port, std::nullopt);

@@ -1,7 +1,5 @@
 #include "ModelFixture.h"
-#include "support/SocketClient.h"
 
-#include "model/FileSettingsStore.h"
 #include "server/ServerError.h"
 
 namespace quorvel::model {
@@ -167,39 +165,6 @@ TEST_F(LifecycleTest, TakesLateReportsForWhatTheyAre) {
     model_.reset();
     last->onReady();
     queue_->advance();
-}
-
-TEST_F(LifecycleTest, RealServersShareAPortAfterEachOtherAndTheSettingsFileKeepsIt) {
-    const auto port = test::freePort();
-    const auto makeReal = [&] {
-        const auto file = std::make_shared<FileSettingsStore>(folder_.path("config/settings.json"));
-        return ServerModel::create({.mainQueue = queue_, .defaults = file});
-    };
-    const auto start = [&](ServerType type) {
-        auto model = makeReal();
-        model->setServerType(type);
-        model->setPort(port);
-        model->setFolderPath(folder_.path());
-        model->start();
-        test::eventually([&] {
-            queue_->advance();
-            return model->state() != starting;
-        });
-        return model;
-    };
-    using enum ServerType;
-    for (const auto type : {http, ftp, http, ftp}) {
-        const auto model = start(type);
-        ASSERT_EQ(model->state(), running) << model->statusText();
-        test::SocketClient client(port);
-        if (type == http) client.send("GET /missing HTTP/1.1\r\n\r\n");
-        EXPECT_EQ(client.receiveUntil("\r\n"),
-                  type == http ? "HTTP/1.1 404 Not Found\r\n" : "220 Quorvel FTP ready.\r\n");
-        EXPECT_EQ(start(type)->statusText(), "Error: That port is already in use.");
-        EXPECT_EQ(makeReal()->serverType(), type);
-        EXPECT_EQ(makeReal()->port(), port);
-        model->stop();
-    }
 }
 
 } // namespace quorvel::model
