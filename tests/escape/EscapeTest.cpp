@@ -2,20 +2,11 @@
 #include "http/HTTPFileServer.h"
 #include "platform/Confinement.h"
 
-#include <atomic>
 #include <csignal>
 #include <fcntl.h>
-#include <filesystem>
-#include <fstream>
-#include <future>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <linux/openat2.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <unistd.h>
 
 namespace {
 
@@ -41,28 +32,24 @@ namespace {
 
 constexpr auto secret = "nobody may read this";
 
-/// A folder with links that lead out and a server of each kind, made with the walls that stand.
-class Share {
+/// A folder with links that lead out, served in both ways within the walls that stand.
+class Share : public ServedFolder<http::HTTPFileServer> {
   public:
-    const TemporaryFolder folder;
-    const std::uint16_t httpPort = freePort();
-
     Share() {
         outside_.write("secret.txt", secret);
         folder.write("inside.txt", "shared");
         folder.link("file", outside_.path("secret.txt"));
         folder.link("folder", outside_.path());
-        for (const auto& server : {http_, ftp_})
-            EXPECT_EQ(startAndWait(*server), "ready");
+        EXPECT_EQ(startAndWait(*ftp_), "ready");
     }
-    ~Share() {
-        http_->stop();
-        ftp_->stop();
-    }
+    ~Share() { ftp_->stop(); }
 
     /// The body over HTTP for "GET ...", else what FTP transfers, or its reply.
     std::string ask(const std::string& request) const {
-        if (request.starts_with("GET ")) return get(request);
+        if (request.starts_with("GET ")) {
+            const std::string answer = exchange(request + "\r\n\r\n");
+            return answer.substr(answer.find("\r\n\r\n") + 4);
+        }
         ftp::FTPClient client(ftpPort_);
         SocketClient data = client.loggedIn().openData();
         const std::string reply = client.ask(request);
@@ -70,17 +57,8 @@ class Share {
     }
 
   private:
-    std::string get(const std::string& request) const {
-        SocketClient client(httpPort);
-        client.send(request + " HTTP/1.1\r\n\r\n");
-        const std::string answer = client.receiveAll();
-        return answer.substr(answer.find("\r\n\r\n") + 4);
-    }
-
     const TemporaryFolder outside_;
     const std::uint16_t ftpPort_ = freePort();
-    const std::shared_ptr<server::FolderServer> http_ =
-        http::HTTPFileServer::create(folder.path(), httpPort, std::nullopt);
     const std::shared_ptr<server::FolderServer> ftp_ =
         ftp::FTPFileServer::create(folder.path(), ftpPort_, std::nullopt);
 };
@@ -180,7 +158,7 @@ TEST_F(Escape, IsNoMoreThanReadingForAConfinedThread) {
         expectDenied("remove", unlink(inside.c_str()));
         if (platform::supportedConfinement() >= platform::ConfinementLevel::filesAndNetwork) {
             expectDenied("truncate", truncate(inside.c_str(), 0));
-            expectDenied("connect", onLoopback(connect, share.httpPort));
+            expectDenied("connect", onLoopback(connect, share.port));
             expectDenied("bind to a port", onLoopback(bind, port));
             if (onLoopback(bind, 0) < 0) allowed.emplace_back("not even a bind to port 0");
         }
