@@ -135,6 +135,7 @@ TEST(FTPCommands, WaitForAClientThatDoesNotRead) {
     EXPECT_EQ(sending.wait_for(1s), std::future_status::timeout);
     EXPECT_EQ(FTPClient(served.port).ask("NOOP"), ok);
     EXPECT_TRUE(silent.receiveAll() == replies + "221 Goodbye.\r\n");
+    silent.finishSending();
     EXPECT_TRUE(sending.get());
 }
 
