@@ -106,7 +106,7 @@ class Ftp(Http):
 
         with self.attack("4 clients that send PASV 5,000 times"):
             together(4, flood)
-        self.assertLess(max(descriptors), 36)
+        self.assertLess(max(descriptors), 20 + 4 * 4)
 
 
 class WithoutDescriptors(Clients):

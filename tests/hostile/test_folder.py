@@ -49,7 +49,7 @@ class Http(HostileTest):
         self.addCleanup(changer.join)
         self.addCleanup(stop.set)
         with self.attack("entries that change while they are read"):
-            for number in range(150):
+            for number in range(300):
                 self.names(b"changing")
                 self.assertNotIn(b"root:", self.read(b"changing/entry%d" % (number % 5)))
             stop.set()
