@@ -54,8 +54,10 @@ class Desktop:
         # The first key makes another keyboard the current one; a window manager that is told so
         # lets go of its shortcuts for a moment.
         self.keys("Shift_L")
-        self.start("openbox", "--sm-disable")
-        eventually(lambda: "window id" in self.run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"))
+        # What is mapped before it runs its command may stay unseen.
+        runs = self.home / "openbox-runs"
+        self.start("openbox", "--sm-disable", "--startup", f"touch {runs}")
+        eventually(runs.exists)
 
     def start(self, *command, **options):
         with open(self.home / (pathlib.Path(command[0]).name + ".log"), "ab") as log:
