@@ -105,6 +105,8 @@ TEST_F(SettingsTest, TheBookmarkDecidesBeforeThePath) {
     const Data cutShort(good.begin(), good.begin() + 4);
     Data otherVersion = good;
     otherVersion[3] = '2';
+    Data withNul = good;
+    withNul.push_back(0);
     struct Case {
         std::optional<Data> bookmark;
         std::string path;
@@ -112,7 +114,7 @@ TEST_F(SettingsTest, TheBookmarkDecidesBeforeThePath) {
     };
     for (const auto& [bookmark, path, resolved] :
          {Case{good, "/other", "/gone"}, Case{good, "", "/gone"}, Case{cutShort, "/other", {}},
-          Case{Data{}, "/other", {}}, Case{otherVersion, "/other", {}},
+          Case{Data{}, "/other", {}}, Case{otherVersion, "/other", {}}, Case{withNul, "/other", {}},
           Case{{}, "/other", "/other"}, Case{{}, "", {}}}) {
         Values stored{{"server.folderPath", path}};
         if (bookmark) stored["server.folderBookmark"] = *bookmark;
