@@ -24,6 +24,10 @@ class Clients(ServedFolder):
     def fill(cls, folder):
         (folder / "film.mkv").write_bytes(cls.content)
         os.utime(folder / "film.mkv", (1_710_000_000, 1_710_000_000))
+        with open(folder / "large.mkv", "wb") as large:
+            for place in (0, 3 * GIB, 5 * GIB - 4):
+                large.seek(place)
+                large.write(b"MARK")
         for name in ODD_NAMES:
             (folder / "tree" / name).mkdir(parents=True)
             for other in ODD_NAMES:
@@ -42,20 +46,16 @@ class Clients(ServedFolder):
     def test_curl_resumes(self):
         self.assert_resumes(lambda target: self.curl("film.mkv", "-C", "-", "-o", str(target)))
 
+    def test_curl_reads_around_4_gib(self):
+        for wanted in ("0-3", f"{3 * GIB}-{3 * GIB + 3}", "-4", f"{5 * GIB - 4}-"):
+            self.assertEqual(self.curl("large.mkv", "-r", wanted), b"MARK", wanted)
+
 
 class Http(Clients):
     def test_curl_logs_in_and_reads_what_a_refused_upload_is_told(self):
         self.run_client("curl", "-fsS", self.url, status=22)
         upload = ["-w", "%{http_code}", "-H", "Expect:", "--data-binary", "@/proc/self/exe"]
         self.assertEqual(self.curl("film.mkv", *upload), b"Method Not Allowed405")
-
-    def test_curl_reads_around_4_gib(self):
-        with open(self.folder / "large.mkv", "wb") as large:
-            for place in (0, 3 * GIB, 5 * GIB - 4):
-                large.seek(place)
-                large.write(b"MARK")
-        for wanted in ("0-3", f"{3 * GIB}-{3 * GIB + 3}", "-4", f"{5 * GIB - 4}-"):
-            self.assertEqual(self.curl("large.mkv", "-r", wanted), b"MARK", wanted)
 
     def test_aria2c_resumes_with_four_connections(self):
         options = ["-q", "--no-conf", "-c", "-x4", "-s4", "-k1M", "--file-allocation=none"]
@@ -94,7 +94,7 @@ class Ftp(Clients):
         self.run_client("lftp", "--norc", "-c", script, limit=240)
 
     def test_curl(self):
-        self.assertEqual(self.curl("", "-l"), b"film.mkv\ntree\n")
+        self.assertEqual(self.curl("", "-l"), b"film.mkv\nlarge.mkv\ntree\n")
         self.assertIn(b"30000001 Mar 09 17:00 film.mkv", self.curl(""))
         self.assertEqual(self.curl("film.mkv", "-r", "30000000-"), self.content[30_000_000:])
         self.curl("no-such-file", status=78)
