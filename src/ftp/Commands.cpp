@@ -139,9 +139,11 @@ void FTPFileServer::quitReplied(const SessionPtr& session) {
 }
 
 void FTPFileServer::closeControl(const Session& session) {
+    const auto input =
+        session.sendsAhead ? platform::PeerInput::expected : platform::PeerInput::done;
     // An empty send completes after all replies before it, which a cancel would not wait for.
     session.control->send(
-        {}, [control = session.control](std::error_code) { control->cancel(); },
+        {}, [control = session.control, input](std::error_code) { control->cancel(input); },
         platform::MoreToSend::yes);
 }
 

@@ -108,6 +108,7 @@ void FTPFileServer::handleLines(const SessionPtr& session) {
     while (!mustPause) {
         const auto line = takeLine(rest);
         if (!line) break;
+        if (!rest.empty()) session->sendsAhead = true;
         if (const auto text = commandText(*line); !text.empty()) handleCommand(session, text);
         mustPause = session->control->bytesWaiting() > waitingReplyLimit || Clock::now() >= turnEnd;
     }

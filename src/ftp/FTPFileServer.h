@@ -85,6 +85,8 @@ class FTPFileServer final : public server::FolderServer,
         /// Received and not handled yet; holds no memory while the client is idle.
         std::string input;
         bool inputEnded = false;
+        /// The client sends on without waiting for replies: some may be unread when it quits.
+        bool sendsAhead = false;
         bool quitReplied = false;
         bool removed = false;
     };

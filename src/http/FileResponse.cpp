@@ -96,7 +96,10 @@ void HTTPFileServer::chunkSent(Transfer transfer, std::error_code error, std::si
     // Nothing sent without an error: the file ended early, and the close says so.
     if (error || count == 0) return transfer.client.connection->cancel();
     transfer.offset += static_cast<std::int64_t>(count);
-    sendNextChunk(transfer, remaining - static_cast<std::int64_t>(count));
+    remaining -= static_cast<std::int64_t>(count);
+    // A long transfer gives its client the time to send more.
+    if (remaining > 0) transfer.client.input = platform::PeerInput::expected;
+    sendNextChunk(transfer, remaining);
 }
 
 } // namespace quorvel::http

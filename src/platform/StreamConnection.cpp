@@ -134,6 +134,8 @@ std::size_t StreamConnection::sendStep() {
     if (progress == Outgoing::Progress::failed) return 0;
     if (progress == Outgoing::Progress::wouldBlock) {
         next.doneBeforeWait = next.done;
+        // What the cork holds back may be all that keeps the socket from becoming writable.
+        setCork(false);
         waitFor(Direction::outgoing);
         return 0;
     }
@@ -183,8 +185,9 @@ std::size_t StreamConnection::receiveStep() {
     received.bytes = {buffer.data(), static_cast<std::size_t>(count)};
     received.endOfStream = count == 0;
     inputTaken_ = count > 0 && received.bytes.size() < receiveMaximum_;
+    const bool moreWaits = count > 0 && !inputTaken_;
     std::exchange(receiveHandler_, {})(received);
-    return stepCost;
+    return moreWaits ? bytesPerTurn : stepCost;
 }
 
 void StreamConnection::waitFor(Direction direction) {
