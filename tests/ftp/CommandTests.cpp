@@ -123,13 +123,14 @@ TEST(FTPCommands, LinesAreFramedHoweverTheyArrive) {
 }
 
 TEST(FTPCommands, WaitForAClientThatDoesNotRead) {
-    const FTPFolder served;
+    const FTPFolder served(server::Credentials{"user", "pass"});
     FTPClient silent(served.port);
+    const std::string user(4000, 'x');
     std::string commands;
     std::string replies;
     while (commands.size() < (32 << 20)) { // more than the kernel holds
-        commands += "TYPE " + std::string(1000, 'x') + "\n";
-        replies += "200 Type set to " + std::string(1000, 'X') + "\r\n";
+        commands += "USER " + user + "\n";
+        replies += "331 Password required for " + user + ".\r\n";
     }
     auto sending = std::async(std::launch::async, [&] { return silent.send(commands + "QUIT\n"); });
     EXPECT_EQ(sending.wait_for(1s), std::future_status::timeout);
