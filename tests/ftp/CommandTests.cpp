@@ -122,22 +122,41 @@ TEST(FTPCommands, LinesAreFramedHoweverTheyArrive) {
     }
 }
 
-TEST(FTPCommands, WaitForAClientThatDoesNotRead) {
-    const FTPFolder served(server::Credentials{"user", "pass"});
-    FTPClient silent(served.port);
+/// Commands up to QUIT and all replies to them, about `size` bytes each.
+std::pair<std::string, std::string> commandsAndReplies(std::size_t size) {
     const std::string user(4000, 'x');
     std::string commands;
     std::string replies;
-    while (commands.size() < (32 << 20)) { // more than the kernel holds
+    while (commands.size() < size) {
         commands += "USER " + user + "\n";
         replies += "331 Password required for " + user + ".\r\n";
     }
-    auto sending = std::async(std::launch::async, [&] { return silent.send(commands + "QUIT\n"); });
+    return {commands + "QUIT\n", replies + "221 Goodbye.\r\n"};
+}
+
+TEST(FTPCommands, WaitForAClientThatDoesNotRead) {
+    const FTPFolder served(server::Credentials{"user", "pass"});
+    FTPClient silent(served.port);
+    const auto [commands, replies] = commandsAndReplies(32 << 20); // more than the kernel holds
+    auto sending = std::async(std::launch::async, [&] { return silent.send(commands); });
     EXPECT_EQ(sending.wait_for(1s), std::future_status::timeout);
     EXPECT_EQ(FTPClient(served.port).ask("NOOP"), ok);
-    EXPECT_TRUE(silent.receiveAll() == replies + "221 Goodbye.\r\n");
+    EXPECT_TRUE(silent.receiveAll() == replies);
     silent.finishSending();
     EXPECT_TRUE(sending.get());
+}
+
+TEST(FTPCommands, QuitCutsNoReplyOfAClientThatSendsAhead) {
+    const FTPFolder served(server::Credentials{"user", "pass"});
+    FTPClient hasty(served.port);
+    hasty.limitBuffer(8192);
+    const auto [commands, replies] = commandsAndReplies(100'000); // the kernel holds it
+    for (const auto& text : {commands, std::string("NOOP\r\n")}) {
+        EXPECT_TRUE(hasty.send(text));
+        std::this_thread::sleep_for(100ms);
+    }
+    EXPECT_TRUE(hasty.receiveAll() == replies);
+    EXPECT_FALSE(hasty.wasReset());
 }
 
 } // namespace quorvel::ftp

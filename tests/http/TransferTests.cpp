@@ -52,6 +52,20 @@ TEST(Transfer, EndsEarlyWhenTheFileShrinksAndOnTimeWhenItGrows) {
     }
 }
 
+TEST(Transfer, IsNotCutByWhatItsClientSendsMeanwhile) {
+    const HTTPFolder served;
+    const std::string rest(50'000, 'y'); // the kernel holds it for a client with a small buffer
+    served.folder.write("big", std::string(300'000, 'x') + '!' + rest);
+    auto client = startDownload(served);
+    client.limitBuffer(8192);
+    client.receiveUntil("!");
+    std::this_thread::sleep_for(100ms);
+    EXPECT_TRUE(client.send("GET / HTTP/1.1\r\n\r\n"));
+    std::this_thread::sleep_for(100ms);
+    EXPECT_TRUE(client.receiveAll() == rest);
+    EXPECT_FALSE(client.wasReset());
+}
+
 TEST(Stop, FreesThePortAndWithReleaseEndsTransfersToo) {
     EXPECT_EQ(startAndWait(*HTTPFileServer::create("/", 0, std::nullopt)), "Invalid port number.");
     for (const bool releases : {false, true}) {

@@ -41,6 +41,10 @@ class SocketClient {
         }
         return true;
     }
+    /// More than these bytes, and what was announced before, wait at the server.
+    void limitBuffer(int bytes) const {
+        setsockopt(descriptor(), SOL_SOCKET, SO_RCVBUF, &bytes, sizeof bytes);
+    }
     void finishSending() const { shutdown(descriptor(), SHUT_WR); }
 
     /// All bytes up to the end of the stream. `wasReset` tells how it ended.
