@@ -46,7 +46,8 @@ class Desktop:
 
     def start_screen(self, size):
         reader, writer = os.pipe()
-        command = ["Xvfb", "-displayfd", str(writer), "-screen", "0", f"{size}x24"]
+        # Without -r a key that a busy machine releases late would be pressed again and again.
+        command = ["Xvfb", "-displayfd", str(writer), "-screen", "0", f"{size}x24", "-r"]
         self.start(*command, "-noreset", "-nolisten", "tcp", pass_fds=[writer])
         os.close(writer)
         with os.fdopen(reader) as display:
