@@ -1,6 +1,6 @@
 #include "ftp/CommandLine.h"
 
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 #include "server/DecimalInteger.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "ftp/CommandLine.h"
 #include "ftp/FTPFileServer.h"
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,7 +1,7 @@
 #include "ftp/FTPFileServer.h"
 
 #include "ftp/CommandLine.h"
-#include "platform/Confinement.h"
+#include "platform/files/Confinement.h"
 #include "server/FolderPath.h"
 #include "server/ListenerStart.h"
 #include "server/Weakly.h"

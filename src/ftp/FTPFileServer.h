@@ -1,9 +1,9 @@
 #pragma once
 
-#include "platform/Connection.h"
-#include "platform/Listener.h"
-#include "platform/SharedFolder.h"
-#include "platform/WorkQueue.h"
+#include "platform/files/SharedFolder.h"
+#include "platform/network/Connection.h"
+#include "platform/network/Listener.h"
+#include "platform/network/WorkQueue.h"
 #include "server/Credentials.h"
 #include "server/FolderServer.h"
 

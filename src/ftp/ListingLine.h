@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ftp/DateText.h"
-#include "platform/SharedFolder.h"
+#include "platform/files/SharedFolder.h"
 
 #include <string>
 

@@ -1,6 +1,6 @@
 #include "http/ByteRange.h"
 
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 #include "server/DecimalInteger.h"
 
 #include <algorithm>

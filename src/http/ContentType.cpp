@@ -1,6 +1,6 @@
 #include "http/ContentType.h"
 
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 
 #include <algorithm>
 #include <array>

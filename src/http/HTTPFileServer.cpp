@@ -2,8 +2,8 @@
 
 #include "http/PathMapping.h"
 #include "http/ResponseText.h"
-#include "platform/Confinement.h"
-#include "platform/Text.h"
+#include "platform/files/Confinement.h"
+#include "platform/text/Text.h"
 #include "server/FolderPath.h"
 #include "server/ListenerStart.h"
 #include "server/Weakly.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/SharedFolder.h"
+#include "platform/files/SharedFolder.h"
 
 #include <string>
 #include <string_view>

@@ -1,6 +1,6 @@
 #include "http/RequestHead.h"
 
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 #include "server/PercentEncoding.h"
 
 namespace quorvel::http {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "model/SettingsStore.h"
-#include "platform/SettingsFile.h"
+#include "platform/files/SettingsFile.h"
 
 namespace quorvel::model {
 

@@ -1,6 +1,6 @@
 #include "model/FolderAccess.h"
 
-#include "platform/SharedFolder.h"
+#include "platform/files/SharedFolder.h"
 
 #include <utility>
 

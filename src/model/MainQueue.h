@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/WorkQueue.h"
+#include "platform/network/WorkQueue.h"
 
 #include <chrono>
 

@@ -1,6 +1,6 @@
 #include "model/ServerModel.h"
 #include "model/StatusText.h"
-#include "platform/SharedFolder.h"
+#include "platform/files/SharedFolder.h"
 #include "server/Weakly.h"
 
 #include <system_error>

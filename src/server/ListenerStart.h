@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Listener.h"
+#include "platform/network/Listener.h"
 #include "server/FolderServer.h"
 
 #include <cstdint>

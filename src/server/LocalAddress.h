@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/InterfaceAddresses.h"
+#include "platform/network/InterfaceAddresses.h"
 
 #include <optional>
 #include <string>

@@ -1,6 +1,6 @@
 #include "server/PercentEncoding.h"
 
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 
 #include <array>
 

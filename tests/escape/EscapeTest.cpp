@@ -1,6 +1,6 @@
 #include "ftp/FTPFixture.h"
 #include "http/HTTPFileServer.h"
-#include "platform/Confinement.h"
+#include "platform/files/Confinement.h"
 
 #include <csignal>
 #include <fcntl.h>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/Connection.h"
-#include "platform/Listener.h"
-#include "platform/WorkQueue.h"
+#include "platform/network/Connection.h"
+#include "platform/network/Listener.h"
+#include "platform/network/WorkQueue.h"
 
 #include <algorithm>
 #include <deque>

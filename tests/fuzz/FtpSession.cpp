@@ -3,7 +3,7 @@
 #include "FuzzFolder.h"
 
 #include "ftp/FTPFileServer.h"
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 
 using namespace quorvel;
 

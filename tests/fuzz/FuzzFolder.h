@@ -2,7 +2,7 @@
 
 #include "support/TemporaryFolder.h"
 
-#include "platform/Confinement.h"
+#include "platform/files/Confinement.h"
 
 namespace quorvel::test {
 

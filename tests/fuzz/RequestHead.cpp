@@ -4,7 +4,7 @@
 
 #include "http/ByteRange.h"
 #include "http/PathMapping.h"
-#include "platform/Text.h"
+#include "platform/text/Text.h"
 #include "server/FolderPath.h"
 #include "server/PercentEncoding.h"
 

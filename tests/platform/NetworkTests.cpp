@@ -1,8 +1,8 @@
 #include "support/NothingLeft.h"
 #include "support/TemporaryFolder.h"
 
-#include "platform/Listener.h"
-#include "platform/SharedFolder.h"
+#include "platform/files/SharedFolder.h"
+#include "platform/network/Listener.h"
 
 #include <future>
 #include <list>

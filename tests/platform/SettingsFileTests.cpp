@@ -1,6 +1,6 @@
 #include "support/TemporaryFolder.h"
 
-#include "platform/SettingsFile.h"
+#include "platform/files/SettingsFile.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,7 +1,7 @@
 #include "support/NothingLeft.h"
 #include "support/TemporaryFolder.h"
 
-#include "platform/SharedFolder.h"
+#include "platform/files/SharedFolder.h"
 
 #include <array>
 #include <sys/inotify.h>

@@ -1,6 +1,6 @@
-#include "platform/Confinement.h"
 #include "platform/Process.h"
-#include "platform/WorkQueue.h"
+#include "platform/files/Confinement.h"
+#include "platform/network/WorkQueue.h"
 
 #include <atomic>
 #include <cerrno>

@@ -2,7 +2,7 @@
 
 #include "support/SocketClient.h"
 
-#include "platform/WorkQueue.h"
+#include "platform/network/WorkQueue.h"
 
 #include <filesystem>
 #include <gmock/gmock.h>

@@ -1,5 +1,5 @@
-#include "ui/MenuText.h"
-#include "ui/QtMainQueue.h"
+#include "ui/desktop/MenuText.h"
+#include "ui/desktop/QtMainQueue.h"
 
 #include <QTest>
 #include <array>

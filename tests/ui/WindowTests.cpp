@@ -1,6 +1,6 @@
 #include "model/ModelFixture.h"
-#include "ui/DesktopApplication.h"
-#include "ui/Picker.h"
+#include "ui/desktop/DesktopApplication.h"
+#include "ui/window/Picker.h"
 
 #include <QLabel>
 #include <QLineEdit>

@@ -2,8 +2,8 @@
 
 #include "model/MemorySettingsStore.h"
 #include "model/ServerModel.h"
-#include "platform/EventLoop.h"
 #include "platform/Process.h"
+#include "platform/network/EventLoop.h"
 
 #include <cstdlib>
 #include <iostream>

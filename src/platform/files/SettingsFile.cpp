@@ -1,0 +1,154 @@
+#include "platform/files/SettingsFile.h"
+
+#include "platform/Descriptor.h"
+#include "platform/text/Text.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace quorvel::platform {
+
+namespace {
+
+using nlohmann::json;
+
+// What JSON cannot hold (data, and names on disk that are not UTF-8) stands as a list of bytes.
+constexpr auto bytesMember = "bytes";
+
+json toJson(const SettingsFile::Value& value) {
+    if (const auto* const flag = std::get_if<bool>(&value)) return *flag;
+    if (const auto* const number = std::get_if<std::int64_t>(&value)) return *number;
+    if (const auto* const text = std::get_if<std::string>(&value)) {
+        if (isValidUtf8(*text)) return *text;
+        return {{bytesMember, SettingsFile::Data(text->begin(), text->end())}};
+    }
+    return {{bytesMember, std::get<SettingsFile::Data>(value)}};
+}
+
+std::optional<SettingsFile::Value> fromJson(const json& stored) {
+    if (stored.is_boolean()) return stored.get<bool>();
+    if (stored.is_number_unsigned() &&
+        stored.get<std::uint64_t>() > static_cast<std::uint64_t>(INT64_MAX))
+        return std::nullopt;
+    if (stored.is_number_integer()) return stored.get<std::int64_t>();
+    if (stored.is_string()) return stored.get<std::string>();
+    if (!stored.is_object() || !stored.contains(bytesMember)) return std::nullopt;
+    const json& bytes = stored[bytesMember];
+    if (!bytes.is_array()) return std::nullopt;
+    SettingsFile::Data data;
+    for (const json& byte : bytes) {
+        if (!byte.is_number_unsigned() || byte.get<std::uint64_t>() > 255) return std::nullopt;
+        data.push_back(byte.get<std::uint8_t>());
+    }
+    return data;
+}
+
+void makeFolders(const std::string& path) {
+    for (auto at = path.find('/', 1); at != std::string::npos; at = path.find('/', at + 1))
+        mkdir(path.substr(0, at).c_str(), 0700);
+}
+
+bool writeAll(int descriptor, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t count = write(descriptor, text.data(), text.size());
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return false;
+        text.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
+} // namespace
+
+std::string SettingsFile::defaultPath() {
+    const auto variable = [](const char* name) {
+        const char* const value = std::getenv(name);
+        return std::string(value == nullptr ? "" : value);
+    };
+    std::string base = variable("XDG_CONFIG_HOME");
+    // A relative path there is to be ignored (XDG Base Directory).
+    if (!base.starts_with('/')) base = variable("HOME") + "/.config";
+    return base + "/quorvel-server/settings.json";
+}
+
+SettingsFile::SettingsFile(std::string path) : path_(std::move(path)) {
+    load();
+}
+
+void SettingsFile::load() {
+    std::ifstream file(path_, std::ios::binary);
+    if (!file) return;
+    const std::string content{std::istreambuf_iterator<char>(file), {}};
+    const json document = json::parse(content, nullptr, false);
+    if (!document.is_object()) {
+        std::rename(path_.c_str(), (path_ + ".unreadable").c_str());
+        return;
+    }
+    for (const auto& [key, stored] : document.items())
+        if (auto value = fromJson(stored)) values_[key] = std::move(*value);
+}
+
+bool SettingsFile::save() const {
+    json document = json::object();
+    for (const auto& [key, value] : values_)
+        document[key] = toJson(value);
+    const std::string content = document.dump(2) + '\n';
+
+    makeFolders(path_);
+    std::string temporary = path_ + ".XXXXXX";
+    // Made with mode 0600 (mkstemp(3)), so the password is never readable by others.
+    const Descriptor file(mkostemp(temporary.data(), O_CLOEXEC));
+    if (!file) return false;
+    const bool written = writeAll(file.number(), content) && fsync(file.number()) == 0;
+    if (!written || std::rename(temporary.c_str(), path_.c_str()) != 0) {
+        unlink(temporary.c_str());
+        return false;
+    }
+    return true;
+}
+
+bool SettingsFile::set(const std::string& key, Value value) {
+    // Typing stores a value with every key press; most other sets change nothing.
+    const auto known = values_.find(key);
+    if (saved_ && known != values_.end() && known->second == value) return true;
+    values_[key] = std::move(value);
+    saved_ = save();
+    return saved_;
+}
+
+template <class Type>
+std::optional<Type> SettingsFile::value(const std::string& key) const {
+    const auto found = values_.find(key);
+    if (found == values_.end()) return std::nullopt;
+    const auto* const stored = std::get_if<Type>(&found->second);
+    if (stored == nullptr) return std::nullopt;
+    return *stored;
+}
+
+std::optional<std::string> SettingsFile::string(const std::string& key) const {
+    if (auto text = value<std::string>(key)) return text;
+    // Text that is not UTF-8 comes back from the file as data.
+    const auto bytes = value<Data>(key);
+    if (!bytes) return std::nullopt;
+    return std::string(bytes->begin(), bytes->end());
+}
+
+std::optional<std::int64_t> SettingsFile::integer(const std::string& key) const {
+    return value<std::int64_t>(key);
+}
+
+std::optional<bool> SettingsFile::boolean(const std::string& key) const {
+    return value<bool>(key);
+}
+
+std::optional<SettingsFile::Data> SettingsFile::data(const std::string& key) const {
+    return value<Data>(key);
+}
+
+} // namespace quorvel::platform

@@ -1,0 +1,140 @@
+#include "platform/network/SocketListener.h"
+
+#include "platform/network/StreamConnection.h"
+
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+namespace quorvel::platform {
+
+namespace {
+
+// What the kernel may hold unsent for one connection: without a bound a reader that stalls pins
+// megabytes of kernel memory (tcp(7), TCP_NOTSENT_LOWAT). Short queues are also the fast ones: what
+// waits long has left the processor's cache when its turn comes.
+constexpr int unsentLimit = 64 << 10;
+
+void setOption(int socket, int level, int option, int value) {
+    setsockopt(socket, level, option, &value, sizeof value);
+}
+
+socklen_t anyAddress(int family, std::uint16_t port, sockaddr_storage& address) {
+    address = {};
+    address.ss_family = static_cast<sa_family_t>(family);
+    // The port stands at the same place in both forms.
+    reinterpret_cast<sockaddr_in&>(address).sin_port = htons(port);
+    return family == AF_INET6 ? sizeof(sockaddr_in6) : sizeof(sockaddr_in);
+}
+
+} // namespace
+
+Result<std::shared_ptr<Listener>> Listener::create(std::uint16_t port) {
+    constexpr int type = SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC;
+    int family = AF_INET6;
+    Descriptor socket(::socket(family, type, 0));
+    if (!socket && errno == EAFNOSUPPORT) {
+        family = AF_INET;
+        socket = Descriptor(::socket(family, type, 0));
+    }
+    if (!socket) return failure();
+    if (family == AF_INET6) setOption(socket.number(), IPPROTO_IPV6, IPV6_V6ONLY, 0);
+    setOption(socket.number(), SOL_SOCKET, SO_REUSEADDR, 1);
+    // Accepted sockets inherit these from their listener, which saves the calls for each.
+    setOption(socket.number(), IPPROTO_TCP, TCP_NODELAY, 1);
+    setOption(socket.number(), IPPROTO_TCP, TCP_NOTSENT_LOWAT, unsentLimit);
+    // FTP clients send ABOR as urgent data, whose last byte would otherwise be lost (RFC 6093).
+    setOption(socket.number(), SOL_SOCKET, SO_OOBINLINE, 1);
+    return std::make_shared<SocketListener>(std::move(socket), family, port);
+}
+
+SocketListener::SocketListener(Descriptor socket, int family, std::uint16_t port)
+    : socket_(std::move(socket)), family_(family), requestedPort_(port),
+      handlers_(std::make_shared<ListenerHandlers>()) {}
+
+SocketListener::~SocketListener() = default;
+
+void SocketListener::onState(StateHandler handler) {
+    handlers_->state = std::move(handler);
+}
+
+void SocketListener::onConnection(ConnectionHandler handler) {
+    handlers_->connection = std::move(handler);
+}
+
+std::error_code SocketListener::bindAndListen() const {
+    sockaddr_storage address;
+    const socklen_t length = anyAddress(family_, requestedPort_, address);
+    if (bind(socket_.number(), reinterpret_cast<sockaddr*>(&address), length) != 0 ||
+        listen(socket_.number(), SOMAXCONN) != 0)
+        return {errno, std::generic_category()};
+    return {};
+}
+
+void SocketListener::start(WorkQueue& queue) {
+    const auto self = shared_from_this();
+    if (const auto error = bindAndListen()) {
+        queue.post([self, error] { self->reportState(State::failed, error); });
+        return;
+    }
+    sockaddr_storage address{};
+    socklen_t length = sizeof address;
+    getsockname(socket_.number(), reinterpret_cast<sockaddr*>(&address), &length);
+    boundPort_ = ntohs(reinterpret_cast<sockaddr_in&>(address).sin_port);
+    ready_ = true;
+    queue.post([self] { self->reportState(State::ready); });
+    for (const auto& loop : queue.loops_) {
+        // Weakly: a task that its own loop never ran must not keep that loop.
+        loop->post([self, weakLoop = std::weak_ptr(loop)] {
+            if (auto alive = weakLoop.lock()) self->acceptOn(alive);
+        });
+    }
+}
+
+void SocketListener::acceptOn(const std::shared_ptr<Loop>& loop) {
+    int rank = 0;
+    {
+        const std::lock_guard lock(mutex_);
+        if (!handlers_) return;
+        rank = ++acceptors_;
+    }
+    try {
+        const auto acceptor = std::make_shared<Acceptor>(shared_from_this(), loop, rank);
+        takeLead(*acceptor);
+        acceptor->wait();
+    } catch (const std::system_error& error) {
+        // The first watch on a loop opens descriptors of its own, and there may be none left.
+        reportState(State::failed, {error.code().value(), std::generic_category()});
+    }
+}
+
+std::optional<std::uint16_t> SocketListener::port() const {
+    if (!ready_) return std::nullopt;
+    return boundPort_;
+}
+
+void SocketListener::cancel() {
+    {
+        const std::lock_guard lock(mutex_);
+        if (!handlers_) return;
+        handlers_.reset();
+        // Nobody closes it sooner: a client that asks for one listener after the other must not
+        // hold a descriptor for each until the loops have come round.
+        if (acceptors_ == 0) return socket_.reset();
+    }
+    // Closing is up to the last thread that watches the socket; this stops the listening now,
+    // and wakes those threads (shutdown(2) on a listener frees its port for a new bind).
+    shutdown(socket_.number(), SHUT_RDWR);
+}
+
+std::shared_ptr<const ListenerHandlers> SocketListener::handlers() const {
+    const std::lock_guard lock(mutex_);
+    return handlers_;
+}
+
+void SocketListener::reportState(State state, std::error_code error) const {
+    const auto current = handlers();
+    if (current && current->state) current->state(state, error);
+}
+
+} // namespace quorvel::platform

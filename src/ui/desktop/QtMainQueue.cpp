@@ -1,0 +1,26 @@
+#include "ui/desktop/QtMainQueue.h"
+
+#include <QTimer>
+#include <memory>
+#include <utility>
+
+namespace quorvel::ui {
+
+namespace {
+
+/// Qt wants to copy what it calls.
+auto copyable(platform::Task task) {
+    return [shared = std::make_shared<platform::Task>(std::move(task))] { (*shared)(); };
+}
+
+} // namespace
+
+void QtMainQueue::post(platform::Task task) {
+    QMetaObject::invokeMethod(&receiver_, copyable(std::move(task)), Qt::QueuedConnection);
+}
+
+void QtMainQueue::postAfter(std::chrono::milliseconds delay, platform::Task task) {
+    QTimer::singleShot(delay, Qt::PreciseTimer, &receiver_, copyable(std::move(task)));
+}
+
+} // namespace quorvel::ui

@@ -1,0 +1,12 @@
+#include "ui/desktop/QtPasteboard.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+
+namespace quorvel::ui {
+
+void QtPasteboard::setText(const std::string& text) {
+    QGuiApplication::clipboard()->setText(QString::fromStdString(text));
+}
+
+} // namespace quorvel::ui

@@ -1,0 +1,45 @@
+#include "ui/desktop/TerminationSignals.h"
+
+#include <csignal>
+#include <sys/signalfd.h>
+#include <unistd.h>
+#include <utility>
+
+namespace quorvel::ui {
+
+namespace {
+
+sigset_t terminationSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    return signals;
+}
+
+} // namespace
+
+TerminationSignals::TerminationSignals() {
+    const sigset_t signals = terminationSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    descriptor_ = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+}
+
+TerminationSignals::~TerminationSignals() {
+    ::close(descriptor_);
+}
+
+std::unique_ptr<QSocketNotifier> TerminationSignals::onSignal(std::function<void()> action) {
+    auto notifier = std::make_unique<QSocketNotifier>(descriptor_, QSocketNotifier::Read);
+    QObject::connect(notifier.get(), &QSocketNotifier::activated, notifier.get(),
+                     [descriptor = descriptor_, action = std::move(action)] {
+                         signalfd_siginfo signal;
+                         if (::read(descriptor, &signal, sizeof signal) < 0) return;
+                         const sigset_t signals = terminationSignals();
+                         pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+                         action();
+                     });
+    return notifier;
+}
+
+} // namespace quorvel::ui

@@ -1,0 +1,76 @@
+#include "ui/window/PortField.h"
+
+#include <QEvent>
+#include <QLocale>
+#include <QValidator>
+#include <algorithm>
+
+namespace quorvel::ui {
+
+namespace {
+
+bool isMinus(QChar character) {
+    return character == u'-' || character == QChar(0x2212);
+}
+
+/// Keeps out what can never become a number; an unfinished one may be left as it is.
+class NumberValidator final : public QValidator {
+  public:
+    using QValidator::QValidator;
+
+    State validate(QString& text, int&) const override {
+        text.remove(u' '); // around a number that is pasted
+        const auto digits = QStringView(text).mid(!text.isEmpty() && isMinus(text.front()) ? 1 : 0);
+        const bool possible =
+            std::ranges::all_of(digits, [](QChar character) { return character.isDigit(); });
+        return possible ? Acceptable : Invalid;
+    }
+};
+
+} // namespace
+
+std::optional<std::int64_t> parseNumber(const QString& text) {
+    const bool negative = !text.isEmpty() && isMinus(text.front());
+    const auto digits = QStringView(text).mid(negative ? 1 : 0);
+    if (digits.isEmpty()) return std::nullopt;
+    std::int64_t number = 0;
+    for (const QChar character : digits) {
+        if (!character.isDigit() || __builtin_mul_overflow(number, 10, &number) ||
+            __builtin_add_overflow(number, character.digitValue(), &number))
+            return std::nullopt;
+    }
+    return negative ? -number : number;
+}
+
+PortField::PortField(QWidget* parent) : QLineEdit(parent) {
+    setValidator(new NumberValidator(this));
+    setInputMethodHints(Qt::ImhDigitsOnly);
+    connect(this, &QLineEdit::textEdited, this, [this](const QString& text) {
+        const auto number = parseNumber(text);
+        if (!number) return;
+        number_ = *number;
+        if (onNumber) onNumber(number_);
+    });
+    connect(this, &QLineEdit::editingFinished, this, &PortField::showNumber);
+    showNumber();
+}
+
+void PortField::setNumber(std::int64_t number) {
+    if (number == number_) return;
+    number_ = number;
+    showNumber();
+}
+
+void PortField::showNumber() {
+    QLocale locale;
+    locale.setNumberOptions(QLocale::OmitGroupSeparator);
+    const QString text = locale.toString(qlonglong(number_));
+    if (this->text() != text) setText(text);
+}
+
+void PortField::changeEvent(QEvent* event) {
+    QLineEdit::changeEvent(event);
+    if (event->type() == QEvent::LocaleChange) showNumber();
+}
+
+} // namespace quorvel::ui

@@ -1,0 +1,101 @@
+#include "ui/window/ServerGroup.h"
+
+#include "ui/window/Appearance.h"
+#include "ui/window/Picker.h"
+#include "ui/window/PortField.h"
+
+#include <QGridLayout>
+#include <QLabel>
+#include <QVBoxLayout>
+#include <algorithm>
+
+namespace quorvel::ui {
+
+namespace {
+
+constexpr int fieldWidth = 90;
+
+/// Leaves the cursor alone where the text is the same.
+void showIn(QLineEdit& field, const std::string& text) {
+    const auto shown = QString::fromStdString(text);
+    if (field.text() != shown) field.setText(shown);
+}
+
+} // namespace
+
+ServerGroup::ServerGroup(std::shared_ptr<model::ServerModel> model, QWidget* parent)
+    : QGroupBox("Server", parent), model_(std::move(model)), serverType_(new Picker(this)),
+      port_(new PortField(this)),
+      // A single "&" would mark the letter after it.
+      useAuth_(new QCheckBox("Require username && password", this)), username_(new QLineEdit(this)),
+      password_(new QLineEdit(this)) {
+    serverType_->addTexts(model::allServerTypes);
+    password_->setEchoMode(QLineEdit::Password);
+    nameFields();
+    storeEdits();
+    arrange();
+}
+
+void ServerGroup::nameFields() {
+    serverType_->setObjectName("serverType");
+    serverType_->setAccessibleName("Serve as");
+    port_->setObjectName("port");
+    port_->setAccessibleName("Port");
+    port_->setPlaceholderText("Port");
+    useAuth_->setObjectName("useAuth");
+    useAuth_->setAccessibleName("Require username & password");
+    username_->setObjectName("username");
+    username_->setAccessibleName("Username");
+    username_->setPlaceholderText("Username");
+    password_->setObjectName("password");
+    password_->setAccessibleName("Password");
+    password_->setPlaceholderText("Password");
+}
+
+void ServerGroup::storeEdits() {
+    auto& model = *model_;
+    serverType_->onChoice = [&model](int index) {
+        model.setServerType(model::allServerTypes.at(static_cast<std::size_t>(index)));
+    };
+    port_->onNumber = [&model](std::int64_t number) { model.setPort(number); };
+    connect(useAuth_, &QCheckBox::clicked, this, [&model](bool on) { model.setUseAuth(on); });
+    connect(username_, &QLineEdit::textEdited, this,
+            [&model](const QString& text) { model.setUsername(text.toStdString()); });
+    connect(password_, &QLineEdit::textEdited, this,
+            [&model](const QString& text) { model.setPassword(text.toStdString()); });
+}
+
+void ServerGroup::arrange() {
+    auto* choices = new QGridLayout;
+    choices->setHorizontalSpacing(12);
+    choices->setVerticalSpacing(12);
+    choices->addWidget(plainLabel("Serve as", this), 0, 0);
+    choices->addWidget(serverType_, 0, 1, Qt::AlignLeft);
+    choices->addWidget(plainLabel("Port", this), 1, 0);
+    choices->addWidget(port_, 1, 1, Qt::AlignLeft);
+    choices->setColumnStretch(1, 1);
+    port_->setFixedWidth(fieldWidth);
+    serverType_->setMinimumWidth(fieldWidth);
+
+    auto* rows = new QVBoxLayout(this);
+    rows->setContentsMargins(8, 8, 8, 8);
+    rows->setSpacing(12);
+    rows->addLayout(choices);
+    rows->addWidget(useAuth_, 0, Qt::AlignLeft);
+    rows->addWidget(username_);
+    rows->addWidget(password_);
+}
+
+void ServerGroup::refresh() {
+    const auto type = std::ranges::find(model::allServerTypes, model_->serverType());
+    serverType_->setCurrentIndex(static_cast<int>(type - model::allServerTypes.begin()));
+    port_->setNumber(model_->port());
+    useAuth_->setChecked(model_->useAuth());
+    showIn(*username_, model_->username());
+    showIn(*password_, model_->password());
+    username_->setEnabled(model_->useAuth());
+    password_->setEnabled(model_->useAuth());
+    setEnabled(!model_->state().isActive());
+}
+
+} // namespace quorvel::ui
