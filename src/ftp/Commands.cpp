@@ -1,5 +1,5 @@
 #include "ftp/CommandLine.h"
-#include "ftp/FTPFileServer.h"
+#include "ftp/Session.h"
 #include "platform/text/Text.h"
 
 #include <algorithm>
@@ -11,26 +11,26 @@ namespace {
 
 enum class Access { anyone, loggedIn };
 
-constexpr std::string_view ok = "200 OK\r\n";
-constexpr std::string_view loginSuccessful = "230 Login successful.\r\n";
-constexpr std::string_view loginIncorrect = "530 Login incorrect.\r\n";
-constexpr std::string_view loginRequired = "530 Please log in with USER and PASS.\r\n";
-constexpr std::string_view notImplemented = "502 Command not implemented.\r\n";
+constexpr auto ok = "200 OK\r\n";
+constexpr auto loginSuccessful = "230 Login successful.\r\n";
+constexpr auto loginIncorrect = "530 Login incorrect.\r\n";
+constexpr auto loginRequired = "530 Please log in with USER and PASS.\r\n";
+constexpr auto notImplemented = "502 Command not implemented.\r\n";
 
 } // namespace
 
-struct FTPFileServer::Command {
-    using Handler = void (FTPFileServer::*)(const SessionPtr&, std::string_view argument);
+struct FTPFileServer::Session::Command {
+    using Handler = void (Session::*)(std::string_view argument);
 
     std::string_view verb;
     Access access;
-    /// None for a command that only answers.
+    /// Null for a command with a fixed reply.
     Handler handler;
-    std::string_view reply = {};
+    const char* reply = nullptr;
 };
 
-const FTPFileServer::Command* FTPFileServer::findCommand(std::string_view verb) {
-    using Self = FTPFileServer;
+const FTPFileServer::Session::Command* FTPFileServer::Session::findCommand(std::string_view verb) {
+    using Self = Session;
     static constexpr Command commands[] = {
         {"USER", Access::anyone, &Self::handleUser},
         {"PASS", Access::anyone, &Self::handlePass},
@@ -63,88 +63,69 @@ const FTPFileServer::Command* FTPFileServer::findCommand(std::string_view verb) 
     return found == std::end(commands) ? nullptr : found;
 }
 
-void FTPFileServer::handleCommand(const SessionPtr& session, std::string_view line) {
+void FTPFileServer::Session::handleCommand(std::string_view line) {
     const auto [verb, argument] = splitCommandLine(line);
     const Command* const command = findCommand(platform::upperCased(verb));
-    if (command == nullptr) return sendReply(*session, std::string(notImplemented));
-    if (command->access == Access::loggedIn && !session->authenticated)
-        return sendReply(*session, std::string(loginRequired));
-    if (command->handler == nullptr) return sendReply(*session, std::string(command->reply));
-    (this->*command->handler)(session, argument);
+    if (command == nullptr) return sendReply(notImplemented);
+    if (command->access == Access::loggedIn && !authenticated_) return sendReply(loginRequired);
+    if (command->handler == nullptr) return sendReply(command->reply);
+    (this->*command->handler)(argument);
 }
 
-void FTPFileServer::handleUser(const SessionPtr& session, std::string_view argument) {
-    session->authenticated = !credentials_;
-    if (!credentials_) return sendReply(*session, std::string(loginSuccessful));
-    session->pendingUser = argument;
-    sendReply(*session, "331 Password required for " + *session->pendingUser + ".\r\n");
+void FTPFileServer::Session::handleUser(std::string_view argument) {
+    authenticated_ = !context_->credentials;
+    if (!context_->credentials) return sendReply(loginSuccessful);
+    pendingUser_ = argument;
+    sendReply("331 Password required for " + *pendingUser_ + ".\r\n");
 }
 
-void FTPFileServer::handlePass(const SessionPtr& session, std::string_view argument) {
-    session->authenticated = isLogin(*session, argument);
-    sendReply(*session, std::string(session->authenticated ? loginSuccessful : loginIncorrect));
+void FTPFileServer::Session::handlePass(std::string_view argument) {
+    authenticated_ = isLogin(argument);
+    sendReply(authenticated_ ? loginSuccessful : loginIncorrect);
 }
 
-bool FTPFileServer::isLogin(const Session& session, std::string_view password) const {
-    if (!credentials_) return true;
-    return session.pendingUser &&
-           platform::canonicallyEqual(*session.pendingUser, credentials_->user) &&
-           platform::canonicallyEqual(password, credentials_->pass);
+bool FTPFileServer::Session::isLogin(std::string_view password) const {
+    if (!context_->credentials) return true;
+    return pendingUser_ && platform::canonicallyEqual(*pendingUser_, context_->credentials->user) &&
+           platform::canonicallyEqual(password, context_->credentials->pass);
 }
 
-void FTPFileServer::sendFeatures(const SessionPtr& session, std::string_view) {
+void FTPFileServer::Session::sendFeatures(std::string_view) {
     for (const auto* const line : {"211-Features:\r\n", " PASV\r\n", " EPSV\r\n", " SIZE\r\n",
                                    " MDTM\r\n", " REST STREAM\r\n", " UTF8\r\n", "211 End\r\n"})
-        sendReply(*session, line);
+        sendReply(line);
 }
 
-// Transfers send bytes as they are, so what TYPE, MODE and STRU ask for is not kept.
-void FTPFileServer::handleType(const SessionPtr& session, std::string_view argument) {
-    sendReply(*session, "200 Type set to " + platform::upperCased(argument) + "\r\n");
+// Transfers send bytes unchanged, so that the settings of TYPE, MODE and STRU are not kept.
+void FTPFileServer::Session::handleType(std::string_view argument) {
+    sendReply("200 Type set to " + platform::upperCased(argument) + "\r\n");
 }
 
-void FTPFileServer::handleMode(const SessionPtr& session, std::string_view argument) {
-    sendReply(*session, platform::upperCased(argument) == "S"
-                            ? "200 Mode set to S.\r\n"
-                            : "504 Only stream mode is supported.\r\n");
+void FTPFileServer::Session::handleMode(std::string_view argument) {
+    sendReply(platform::upperCased(argument) == "S" ? "200 Mode set to S.\r\n"
+                                                    : "504 Only stream mode is supported.\r\n");
 }
 
-void FTPFileServer::handleStructure(const SessionPtr& session, std::string_view argument) {
-    sendReply(*session, platform::upperCased(argument) == "F"
-                            ? "200 Structure set to F.\r\n"
-                            : "504 Only file structure is supported.\r\n");
+void FTPFileServer::Session::handleStructure(std::string_view argument) {
+    sendReply(platform::upperCased(argument) == "F" ? "200 Structure set to F.\r\n"
+                                                    : "504 Only file structure is supported.\r\n");
 }
 
-void FTPFileServer::handlePrintDirectory(const SessionPtr& session, std::string_view) {
-    sendReply(*session, "257 \"" + session->workingDirectory + "\" is the current directory\r\n");
+void FTPFileServer::Session::handlePrintDirectory(std::string_view) {
+    sendReply("257 \"" + workingDirectory_ + "\" is the current directory\r\n");
 }
 
-void FTPFileServer::handleRestart(const SessionPtr& session, std::string_view argument) {
+void FTPFileServer::Session::handleRestart(std::string_view argument) {
     const auto offset = restartOffset(argument);
-    if (!offset) return sendReply(*session, "501 Invalid REST argument.\r\n");
-    session->restartOffset = *offset;
-    sendReply(*session, "350 Restart position accepted.\r\n");
+    if (!offset) return sendReply("501 Invalid REST argument.\r\n");
+    restartOffset_ = *offset;
+    sendReply("350 Restart position accepted.\r\n");
 }
 
-void FTPFileServer::handleQuit(const SessionPtr& session, std::string_view) {
-    session->control->send(
-        "221 Goodbye.\r\n", [session](std::error_code) { quitReplied(session); },
-        platform::MoreToSend::yes);
-}
-
-void FTPFileServer::quitReplied(const SessionPtr& session) {
-    session->quitReplied = true;
-    // Lines that came with QUIT are still to be answered; linesHandled closes after them.
-    if (!session->input.contains('\n')) closeControl(*session);
-}
-
-void FTPFileServer::closeControl(const Session& session) {
-    const auto input =
-        session.sendsAhead ? platform::PeerInput::expected : platform::PeerInput::done;
-    // An empty send completes after all replies before it, which a cancel would not wait for.
-    session.control->send(
-        {}, [control = session.control, input](std::error_code) { control->cancel(input); },
-        platform::MoreToSend::yes);
+void FTPFileServer::Session::handleQuit(std::string_view) {
+    // Lines that came with QUIT are still answered; linesHandled closes after them.
+    isQuitting_ = true;
+    control_->send("221 Goodbye.\r\n", {}, platform::MoreToSend::yes);
 }
 
 } // namespace quorvel::ftp

@@ -1,9 +1,8 @@
 #include "ftp/CommandLine.h"
-#include "ftp/FTPFileServer.h"
 #include "ftp/ListingLine.h"
+#include "ftp/Session.h"
 #include "server/FolderPath.h"
 #include "server/SortByName.h"
-#include "server/Weakly.h"
 
 #include <numeric>
 #include <utility>
@@ -12,7 +11,7 @@ namespace quorvel::ftp {
 
 namespace {
 
-// What a line of LIST holds besides the name, or a little less.
+// The bytes of a LIST line besides the name; a little less for large sizes.
 constexpr std::size_t lineOverhead = 53;
 
 std::size_t expectedSize(const std::vector<platform::FolderEntry>& entries) {
@@ -24,34 +23,32 @@ std::size_t expectedSize(const std::vector<platform::FolderEntry>& entries) {
 
 } // namespace
 
-void FTPFileServer::handleLongList(const SessionPtr& session, std::string_view argument) {
-    handleList(session, argument, ListForm::lines);
+void FTPFileServer::Session::handleLongList(std::string_view argument) {
+    handleList(argument, ListForm::lines);
 }
 
-void FTPFileServer::handleNameList(const SessionPtr& session, std::string_view argument) {
-    handleList(session, argument, ListForm::names);
+void FTPFileServer::Session::handleNameList(std::string_view argument) {
+    handleList(argument, ListForm::names);
 }
 
-void FTPFileServer::handleList(const SessionPtr& session, std::string_view argument,
-                               ListForm form) {
-    const auto found = find(*session, listPath(argument));
-    if (!found) return sendReply(*session, "550 No such file or directory.\r\n");
-    auto send = [text = listingOf(*found, form)](FTPFileServer& self,
-                                                 const SessionPtr& owner) mutable {
-        self.sendListing(owner, std::move(text));
-    };
-    transferWhenReady(session, server::weakly(weak_from_this(), std::move(send)));
+void FTPFileServer::Session::handleList(std::string_view argument, ListForm form) {
+    const auto found = find(listPath(argument));
+    if (!found) return sendReply("550 No such file or directory.\r\n");
+    dataChannel_->whenReady([self = shared_from_this(), text = listingOf(*found, form)]() mutable {
+        self->sendListing(std::move(text));
+    });
 }
 
-std::string FTPFileServer::listingOf(const FoundItem& found, ListForm form) const {
+std::string FTPFileServer::Session::listingOf(const FoundItem& found, ListForm form) const {
     using platform::FolderEntry;
     const auto& attributes = found.item.attributes;
     std::vector<FolderEntry> entries;
     if (attributes.kind == platform::ItemKind::directory) {
         const auto detail = form == ListForm::names ? platform::EntryDetail::kind
                                                     : platform::EntryDetail::kindSizeDate;
-        entries = folder_.entries(found.item, server::relativeTo(root_, found.location), detail)
-                      .value_or(std::vector<FolderEntry>{});
+        const auto path = server::relativeTo(context_->root, found.location);
+        entries =
+            context_->folder.entries(found.item, path, detail).value_or(std::vector<FolderEntry>{});
         server::sortByName(entries);
     } else {
         entries.push_back({std::string(server::lastComponent(found.location)), false,
@@ -69,21 +66,17 @@ std::string FTPFileServer::listingOf(const FoundItem& found, ListForm form) cons
     return text;
 }
 
-void FTPFileServer::sendListing(const SessionPtr& session, std::string text) {
-    const auto connection = claimDataConnection(*session);
-    if (!connection) return;
-    sendReply(*session, "150 Here comes the directory listing.\r\n");
-    auto sent = [session, connection](FTPFileServer&, std::error_code error) {
-        finishListing(*session, connection, error);
-    };
-    connection->send(std::move(text), server::weakly(weak_from_this(), std::move(sent)),
-                     platform::MoreToSend::yes);
+void FTPFileServer::Session::sendListing(std::string text) {
+    const auto channel = claimDataChannel();
+    if (!channel) return;
+    sendReply("150 Here comes the directory listing.\r\n");
+    channel->sendText(std::move(text), [self = shared_from_this()](std::error_code error) {
+        self->finishListing(error);
+    });
 }
 
-void FTPFileServer::finishListing(Session& session, const ConnectionPtr& connection,
-                                  std::error_code error) {
-    finishDataConnection(session, connection);
-    sendReply(session, error ? "426 Transfer failed.\r\n" : "226 Directory send OK.\r\n");
+void FTPFileServer::Session::finishListing(std::error_code error) {
+    sendReply(error ? "426 Transfer failed.\r\n" : "226 Directory send OK.\r\n");
 }
 
 } // namespace quorvel::ftp

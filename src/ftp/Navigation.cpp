@@ -1,32 +1,32 @@
-#include "ftp/FTPFileServer.h"
+#include "ftp/Session.h"
 #include "ftp/VirtualPath.h"
 #include "server/FolderPath.h"
 
 namespace quorvel::ftp {
 
-std::optional<FTPFileServer::FoundItem> FTPFileServer::find(const Session& session,
-                                                            std::string_view argument,
-                                                            platform::Purpose purpose) const {
+auto FTPFileServer::Session::find(std::string_view argument, platform::Purpose purpose) const
+    -> std::optional<FoundItem> {
+    const std::string& root = context_->root;
     FoundItem found;
-    found.virtualPath = resolvePath(session.workingDirectory, argument);
-    found.location = urlForVirtualPath(root_, found.virtualPath);
-    if (!server::isInside(root_, found.location)) return std::nullopt;
-    auto item = folder_.find(server::relativeTo(root_, found.location), purpose);
+    found.virtualPath = resolvePath(workingDirectory_, argument);
+    found.location = urlForVirtualPath(root, found.virtualPath);
+    if (!server::isInside(root, found.location)) return std::nullopt;
+    auto item = context_->folder.find(server::relativeTo(root, found.location), purpose);
     if (!item) return std::nullopt;
     found.item = std::move(*item);
     return found;
 }
 
-void FTPFileServer::handleChangeDirectory(const SessionPtr& session, std::string_view argument) {
-    auto found = find(*session, argument);
+void FTPFileServer::Session::handleChangeDirectory(std::string_view argument) {
+    auto found = find(argument);
     if (!found || found->item.attributes.kind != platform::ItemKind::directory)
-        return sendReply(*session, "550 Failed to change directory.\r\n");
-    session->workingDirectory = std::move(found->virtualPath);
-    sendReply(*session, "250 Directory changed to " + session->workingDirectory + "\r\n");
+        return sendReply("550 Failed to change directory.\r\n");
+    workingDirectory_ = std::move(found->virtualPath);
+    sendReply("250 Directory changed to " + workingDirectory_ + "\r\n");
 }
 
-void FTPFileServer::handleParentDirectory(const SessionPtr& session, std::string_view) {
-    handleChangeDirectory(session, "..");
+void FTPFileServer::Session::handleParentDirectory(std::string_view) {
+    handleChangeDirectory("..");
 }
 
 } // namespace quorvel::ftp

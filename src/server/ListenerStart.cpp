@@ -6,12 +6,9 @@ namespace quorvel::server {
 
 namespace {
 
-void handleListenerState(const FolderServer& server, platform::Listener::State state,
-                         std::error_code error) {
-    using State = platform::Listener::State;
-    if (state == State::ready && server.onReady) server.onReady();
-    if ((state == State::failed || state == State::waiting) && server.onError)
-        server.onError(describeNetworkError(error));
+void handleListenerState(const FolderServer& server, const platform::Result<std::uint16_t>& port) {
+    if (port && server.onReady) server.onReady();
+    if (!port && server.onError) server.onError(describeNetworkError(port.error()));
 }
 
 } // namespace
@@ -22,8 +19,8 @@ startListener(std::weak_ptr<FolderServer> server, std::uint16_t port, platform::
     if (port == 0) return std::unexpected(make_error_code(ServerError::invalidPort));
     auto listener = platform::Listener::create(port);
     if (!listener) return listener;
-    (*listener)->onState([server = std::move(server)](auto state, auto error) {
-        if (const auto alive = server.lock()) handleListenerState(*alive, state, error);
+    (*listener)->onState([server = std::move(server)](const auto& state) {
+        if (const auto alive = server.lock()) handleListenerState(*alive, state);
     });
     (*listener)->onConnection(std::move(handleConnection));
     (*listener)->start(queue);

@@ -29,7 +29,6 @@ class FakeConnection final : public platform::Connection,
     FakeConnection() { ++alive; }
     ~FakeConnection() override { --alive; }
 
-    void onEnd(EndHandler handler) override { endHandler_ = std::move(handler); }
     void receive(std::size_t maximum, ReceiveHandler handler) override {
         maximum_ = maximum;
         receiveHandler_ = std::move(handler);
@@ -50,7 +49,7 @@ class FakeConnection final : public platform::Connection,
         });
     }
     std::size_t bytesWaiting() const override { return bytesWaiting_; }
-    void cancel(platform::PeerInput) override { end({}); }
+    void cancel(platform::PeerInput) override { end(); }
     std::optional<std::string> localIPv4Address() const override { return "127.0.0.1"; }
 
     /// What the peer does; it returns when all that follows from it has happened.
@@ -66,7 +65,7 @@ class FakeConnection final : public platform::Connection,
         bytesWaiting_ = 0;
         std::ranges::move(std::exchange(stalled_, {}), std::back_inserter(tasks));
     }
-    void vanish() { end(std::make_error_code(std::errc::connection_reset)); }
+    void vanish() { end(); }
 
     std::string sent;
     static inline int alive = 0;
@@ -91,13 +90,10 @@ class FakeConnection final : public platform::Connection,
             if (handler) handler(self->ended_ ? cancelled : std::error_code{});
         });
     }
-    void end(std::error_code reason) {
+    void end() {
         if (std::exchange(ended_, true)) return;
         setReading(true);
         deliverSoon();
-        tasks.emplace_back([self = shared_from_this(), reason] {
-            if (auto handler = std::exchange(self->endHandler_, {})) handler(reason);
-        });
     }
     std::string input_;
     std::size_t maximum_ = 0;
@@ -106,7 +102,6 @@ class FakeConnection final : public platform::Connection,
     bool isReading_ = true;
     bool ended_ = false;
     ReceiveHandler receiveHandler_;
-    EndHandler endHandler_;
     std::deque<platform::Task> stalled_;
 };
 
@@ -117,10 +112,9 @@ class FakeListener final : public platform::Listener,
     void onConnection(ConnectionHandler handler) override { connection_ = std::move(handler); }
     void start(platform::WorkQueue&) override {
         tasks.emplace_back([self = shared_from_this()] {
-            if (const auto handler = self->state_) handler(State::ready, {});
+            if (const auto handler = self->state_) handler(40000);
         });
     }
-    std::optional<std::uint16_t> port() const override { return 40000; }
     void cancel() override {
         // The caller may be one of the handlers, or owned by one.
         tasks.emplace_back(
@@ -155,17 +149,16 @@ Result<std::shared_ptr<Listener>> Listener::create(std::uint16_t) {
     return listener;
 }
 
-WorkQueue::WorkQueue(std::string label, std::size_t, const ThreadSetup&)
-    : label_(std::move(label)) {}
+WorkQueue::WorkQueue(const std::string&, std::size_t, const ThreadSetup&) {}
 
 WorkQueue::~WorkQueue() = default;
 
-std::shared_ptr<WorkQueue> WorkQueue::serial(std::string label, const ThreadSetup&) {
-    return std::shared_ptr<WorkQueue>(new WorkQueue(std::move(label), 0, {}));
+std::shared_ptr<WorkQueue> WorkQueue::serial(const std::string& label, const ThreadSetup&) {
+    return std::shared_ptr<WorkQueue>(new WorkQueue(label, 0, {}));
 }
 
-std::shared_ptr<WorkQueue> WorkQueue::concurrent(std::string label, const ThreadSetup&) {
-    return serial(std::move(label));
+std::shared_ptr<WorkQueue> WorkQueue::concurrent(const std::string& label, const ThreadSetup&) {
+    return serial(label);
 }
 
 void WorkQueue::post(Task task) {

@@ -9,16 +9,16 @@ namespace quorvel::platform {
 
 namespace {
 
-// Clients taken in one turn before the connections that are there get theirs.
+// Clients accepted in one turn, before the open connections get theirs.
 constexpr int acceptsPerTurn = 16;
 
-// How long accepting rests when descriptors or memory have run out; the waiting clients stay in
-// the kernel's queue meanwhile.
+// How long accepting pauses when descriptors or memory have run out; waiting clients stay in the
+// kernel's queue meanwhile.
 constexpr std::chrono::milliseconds pauseTime{50};
 
-// How long a client may wait for the thread that leads, before the next one looks; the others look
-// after twice, three times as long. All of them wake for a new client, and would take turns with
-// it, which costs more than serving it.
+// How long a client may wait for the leading thread before the next thread looks for it; the others
+// look after two and three times as long. A new client wakes all of them, and if each one tried to
+// accept it at once, that would cost more than serving it.
 constexpr std::chrono::milliseconds restTime{4};
 
 bool outOfResources(int code) {
@@ -47,7 +47,7 @@ void Acceptor::wait() {
     asio::error_code error;
     if (!watch_.is_open()) watch_.assign(listener_->socket(), error);
     if (error) {
-        listener_->reportState(Listener::State::failed, {error.value(), std::generic_category()});
+        listener_->reportState(failure(error.value()));
         return close();
     }
     watch_.async_wait(WatchedDescriptor::wait_read,
@@ -72,7 +72,7 @@ void Acceptor::acceptWaiting() {
         const auto handlers = listener_->handlers();
         if (!handlers) return close();
         if (!acceptOne(*handlers)) break;
-        // Who finds a client after its rest leads from here: the leader may be held by a slow disk.
+        // The leader left this client waiting: a slow disk may be holding it.
         listener_->takeLead(*this);
         isNeeded_ = i + 1 == acceptsPerTurn;
     }
@@ -88,8 +88,8 @@ bool Acceptor::acceptOne(const ListenerHandlers& handlers) {
         const int code = errno;
         paused_ = outOfResources(code);
         if (endsListener(code)) {
-            // A cancelled listener ends here too, with nobody left to tell.
-            listener_->reportState(Listener::State::failed, {code, std::generic_category()});
+            // A cancelled listener ends here too; it has dropped its state handler.
+            listener_->reportState(failure(code));
             close();
         }
         return !paused_ && code != EAGAIN && !endsListener(code);

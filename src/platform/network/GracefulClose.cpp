@@ -8,7 +8,7 @@ namespace quorvel::platform {
 
 namespace {
 
-// Enough for a form or a photo sent by mistake; who sends more has seen the reply by then.
+// Enough for a form or a photo sent by mistake; a client that sends more has had the reply by then.
 constexpr std::size_t drainBytes = 16 << 20;
 constexpr std::chrono::seconds drainTime{10};
 
@@ -65,7 +65,7 @@ void GracefulClose::wait() {
 
 void GracefulClose::proceed() {
     if (!loop_) return;
-    // A turn reads a bounded piece, so that a flood does not hold the thread.
+    // Bounded for each turn, so that a flood does not hold the thread.
     std::size_t piece = std::min<std::size_t>(allowance_, 1 << 20);
     const std::size_t before = piece;
     const Input left = readAway(socket_.number(), *loop_, piece);

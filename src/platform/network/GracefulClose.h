@@ -8,12 +8,12 @@
 
 namespace quorvel::platform {
 
-/// The end of a socket whose peer may still be sending. A close over unread input answers with a
-/// reset, which can destroy what the peer has not read yet (RFC 1122, 4.2.2.13); so the sending
-/// side is closed, the rest of the input read and forgotten, and then the socket closed.
+/// Closes a socket whose peer may still be sending. Closing over unread input resets the
+/// connection, which can destroy what the peer has not read yet (RFC 1122, 4.2.2.13); so the
+/// sending side is shut down, the rest of the input is drained, and then the socket is closed.
 class GracefulClose final : public LoopMember, public std::enable_shared_from_this<GracefulClose> {
   public:
-    /// Closes at once where nothing was left unread and none is expected.
+    /// Closes at once if no input is unread and none is expected.
     static void start(Descriptor socket, const std::shared_ptr<Loop>& loop, PeerInput input);
 
     GracefulClose(Descriptor socket, std::shared_ptr<Loop> loop);

@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <optional>
 
 namespace quorvel::platform {
 
@@ -15,12 +14,11 @@ namespace quorvel::platform {
 /// no IPv6), with address reuse, so that a port left in a closing state is free at once.
 class Listener {
   public:
-    enum class State { setup, waiting, ready, failed, cancelled };
-
-    /// Runs on the queue, with the error of `failed` and `waiting`.
-    using StateHandler = std::function<void(State, std::error_code)>;
-    /// Runs on the queue, on several threads at once where it is concurrent. A connection that
-    /// the handler does not keep is closed.
+    /// Runs on the queue: with the port once the listener is ready, with the error when it fails,
+    /// which may happen after it was ready.
+    using StateHandler = std::function<void(const Result<std::uint16_t>& port)>;
+    /// Runs on the queue, on several threads at once if the queue is concurrent. A connection
+    /// that the handler does not keep is closed.
     using ConnectionHandler = std::function<void(std::shared_ptr<Connection>)>;
 
     /// Port 0 lets the system choose. Fails when the process is out of descriptors.
@@ -31,19 +29,16 @@ class Listener {
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
 
-    /// Both before `start`.
+    /// Both are to be set before `start`.
     virtual void onState(StateHandler handler) = 0;
     virtual void onConnection(ConnectionHandler handler) = 0;
 
-    /// Binds and listens now, on the calling thread; the outcome arrives as a state. While the
-    /// process is out of descriptors, accepting pauses and goes on by itself.
+    /// Binds and listens on the calling thread; the outcome is reported to the state handler.
+    /// While the process is out of descriptors, accepting pauses and then resumes by itself.
     virtual void start(WorkQueue& queue) = 0;
 
-    /// The bound port; none before it is ready.
-    virtual std::optional<std::uint16_t> port() const = 0;
-
-    /// Stops listening before it returns: the port is free, waiting clients are reset. Any
-    /// thread. The handlers are dropped.
+    /// Stops listening before it returns: the port is free, waiting clients are reset, and the
+    /// handlers are dropped. Thread-safe.
     virtual void cancel() = 0;
 };
 

@@ -10,7 +10,7 @@
 
 namespace quorvel::platform {
 
-/// Something with an open descriptor on a loop. The loop closes what is left when it ends.
+/// An object with an open descriptor on a loop. A loop that ends closes its remaining members.
 class LoopMember {
   public:
     LoopMember() = default;
@@ -19,8 +19,8 @@ class LoopMember {
 
     virtual ~LoopMember() = default;
 
-    /// Closes the descriptor, drops every handler uncalled and lets go of the loop, whose
-    /// destruction then drops what Asio still holds. On the loop's thread.
+    /// Closes the descriptor, drops every handler uncalled and releases the loop, whose destructor
+    /// then drops what Asio still holds. Called on the loop's thread.
     virtual void closeWithLoop() = 0;
 
   private:
@@ -30,22 +30,23 @@ class LoopMember {
     bool joined_ = false;
 };
 
-/// A descriptor watched by Asio for readiness only; the reading and writing is ours.
+/// A descriptor that Asio only watches for readiness; its owner reads and writes it.
 using WatchedDescriptor = asio::posix::basic_stream_descriptor<asio::io_context::executor_type>;
 
-/// One thread's event loop. Everything but `post` and `end` belongs to that thread.
+/// One thread's event loop. Only `post` and `end` are thread-safe.
 class Loop {
   public:
-    /// The buffer that every receive of this thread goes through, so that idle clients hold none.
+    /// The size of the buffer that all receives of the thread share, so that idle clients hold
+    /// none.
     static constexpr std::size_t bufferSize = 65536;
 
     void post(Task task);
-    /// Asks the loop to close its members and return from `run`. Any thread.
+    /// Makes `run` close the members and return.
     void end();
     /// The thread's body.
     void run();
 
-    /// Neither minds being asked twice.
+    /// Both are idempotent.
     void join(LoopMember& member);
     void leave(LoopMember& member);
 
@@ -55,7 +56,7 @@ class Loop {
   private:
     void closeMembers();
 
-    // One thread runs the context; posting from others stays safe with this hint.
+    // One thread runs the context; the hint leaves posting from other threads safe.
     asio::io_context context_{1};
     LoopMember* first_ = nullptr;
     std::array<char, bufferSize> buffer_;

@@ -35,16 +35,16 @@ Outgoing::Progress Outgoing::sendFromCache(int socket, std::span<char> buffer) {
         } else if (errno == EAGAIN && doneBeforeWait != done) {
             return Progress::wouldBlock;
         } else if (errno != EINTR) {
-            // Also when nothing goes after a wait for the socket: then it may be the file that
-            // has nothing to give now, and more waiting for the socket would be a spin.
+            // Also if the socket takes nothing after a wait for it: then the EAGAIN may be the
+            // file's, and waiting for the socket again would spin.
             return sendByCopy(socket, buffer);
         }
     }
     return Progress::complete;
 }
 
-// Tells whose fault it was when sendfile gave an error: a read that fails ends the file, a send
-// that fails ends the connection. It also serves file systems that sendfile refuses.
+// Tells which side an error of sendfile came from: a failing read ends the file, a failing send
+// ends the connection. Also serves file systems without sendfile.
 Outgoing::Progress Outgoing::sendByCopy(int socket, std::span<char> buffer) {
     while (done < count) {
         const auto space = buffer.first(std::min(buffer.size(), count - done));

@@ -15,22 +15,23 @@ struct Outgoing {
     std::int64_t offset = 0;
     std::size_t count = 0;
     std::size_t done = 0;
-    /// What `done` was when the socket was last waited for.
+    /// The value of `done` when the socket was last waited for.
     std::optional<std::size_t> doneBeforeWait;
     MoreToSend more = MoreToSend::no;
-    bool complete = false;
+    /// Everything has been sent; only the report is due.
+    bool isComplete = false;
     Connection::SendHandler handler;
     Connection::FileHandler fileHandler;
 
-    /// Goes as far as the socket allows without waiting; errno says why it failed. The buffer is
-    /// for files that cannot go from the page cache.
+    /// Sends as much as the socket takes without waiting; errno says why it failed. The buffer is
+    /// used for files that cannot be sent from the page cache.
     Progress proceed(int socket, std::span<char> buffer);
 
     /// Bytes of text that the network has not taken.
-    std::size_t waiting() const { return text.size() - (file ? 0 : done); }
-    /// Text that nobody waits for.
+    std::size_t bytesWaiting() const { return text.size() - (file ? 0 : done); }
+    /// Text without a callback.
     bool isPlainText() const { return !file && !handler; }
-    bool isAwaited() const { return handler || fileHandler; }
+    bool hasHandler() const { return handler || fileHandler; }
     void report(std::error_code error);
 
   private:

@@ -10,9 +10,9 @@ namespace quorvel::platform {
 
 namespace {
 
-// What the kernel may hold unsent for one connection: without a bound a reader that stalls pins
-// megabytes of kernel memory (tcp(7), TCP_NOTSENT_LOWAT). Short queues are also the fast ones: what
-// waits long has left the processor's cache when its turn comes.
+// The bytes that the kernel may hold unsent for one connection. Without a bound a stalled reader
+// pins megabytes of kernel memory (tcp(7), TCP_NOTSENT_LOWAT). Short queues are also faster: bytes
+// that wait long have left the processor's cache when they are sent.
 constexpr int unsentLimit = 64 << 10;
 
 void setOption(int socket, int level, int option, int value) {
@@ -22,7 +22,7 @@ void setOption(int socket, int level, int option, int value) {
 socklen_t anyAddress(int family, std::uint16_t port, sockaddr_storage& address) {
     address = {};
     address.ss_family = static_cast<sa_family_t>(family);
-    // The port stands at the same place in both forms.
+    // The port has the same offset in both structures.
     reinterpret_cast<sockaddr_in&>(address).sin_port = htons(port);
     return family == AF_INET6 ? sizeof(sockaddr_in6) : sizeof(sockaddr_in);
 }
@@ -40,7 +40,7 @@ Result<std::shared_ptr<Listener>> Listener::create(std::uint16_t port) {
     if (!socket) return failure();
     if (family == AF_INET6) setOption(socket.number(), IPPROTO_IPV6, IPV6_V6ONLY, 0);
     setOption(socket.number(), SOL_SOCKET, SO_REUSEADDR, 1);
-    // Accepted sockets inherit these from their listener, which saves the calls for each.
+    // Accepted sockets inherit these options, which saves three calls for each.
     setOption(socket.number(), IPPROTO_TCP, TCP_NODELAY, 1);
     setOption(socket.number(), IPPROTO_TCP, TCP_NOTSENT_LOWAT, unsentLimit);
     // FTP clients send ABOR as urgent data, whose last byte would otherwise be lost (RFC 6093).
@@ -62,29 +62,23 @@ void SocketListener::onConnection(ConnectionHandler handler) {
     handlers_->connection = std::move(handler);
 }
 
-std::error_code SocketListener::bindAndListen() const {
+Result<std::uint16_t> SocketListener::bindAndListen() const {
     sockaddr_storage address;
-    const socklen_t length = anyAddress(family_, requestedPort_, address);
-    if (bind(socket_.number(), reinterpret_cast<sockaddr*>(&address), length) != 0 ||
-        listen(socket_.number(), SOMAXCONN) != 0)
-        return {errno, std::generic_category()};
-    return {};
+    socklen_t length = anyAddress(family_, requestedPort_, address);
+    auto* const name = reinterpret_cast<sockaddr*>(&address);
+    if (bind(socket_.number(), name, length) != 0 || listen(socket_.number(), SOMAXCONN) != 0 ||
+        getsockname(socket_.number(), name, &length) != 0)
+        return failure();
+    return ntohs(reinterpret_cast<sockaddr_in&>(address).sin_port);
 }
 
 void SocketListener::start(WorkQueue& queue) {
     const auto self = shared_from_this();
-    if (const auto error = bindAndListen()) {
-        queue.post([self, error] { self->reportState(State::failed, error); });
-        return;
-    }
-    sockaddr_storage address{};
-    socklen_t length = sizeof address;
-    getsockname(socket_.number(), reinterpret_cast<sockaddr*>(&address), &length);
-    boundPort_ = ntohs(reinterpret_cast<sockaddr_in&>(address).sin_port);
-    ready_ = true;
-    queue.post([self] { self->reportState(State::ready); });
+    const auto port = bindAndListen();
+    queue.post([self, port] { self->reportState(port); });
+    if (!port) return;
     for (const auto& loop : queue.loops_) {
-        // Weakly: a task that its own loop never ran must not keep that loop.
+        // Weakly, because a task that is never run must not keep its own loop alive.
         loop->post([self, weakLoop = std::weak_ptr(loop)] {
             if (auto alive = weakLoop.lock()) self->acceptOn(alive);
         });
@@ -103,14 +97,9 @@ void SocketListener::acceptOn(const std::shared_ptr<Loop>& loop) {
         takeLead(*acceptor);
         acceptor->wait();
     } catch (const std::system_error& error) {
-        // The first watch on a loop opens descriptors of its own, and there may be none left.
-        reportState(State::failed, {error.code().value(), std::generic_category()});
+        // The first watch on a loop opens descriptors of the loop's own, and none may be left.
+        reportState(failure(error.code().value()));
     }
-}
-
-std::optional<std::uint16_t> SocketListener::port() const {
-    if (!ready_) return std::nullopt;
-    return boundPort_;
 }
 
 void SocketListener::cancel() {
@@ -118,12 +107,12 @@ void SocketListener::cancel() {
         const std::lock_guard lock(mutex_);
         if (!handlers_) return;
         handlers_.reset();
-        // Nobody closes it sooner: a client that asks for one listener after the other must not
-        // hold a descriptor for each until the loops have come round.
+        // At once, because a client that asks for one data port after the other must not hold a
+        // descriptor for each until the loops have come round.
         if (acceptors_ == 0) return socket_.reset();
     }
-    // Closing is up to the last thread that watches the socket; this stops the listening now,
-    // and wakes those threads (shutdown(2) on a listener frees its port for a new bind).
+    // The last thread that watches the socket closes it. shutdown(2) stops the listening now, frees
+    // the port for a new bind, and wakes those threads.
     shutdown(socket_.number(), SHUT_RDWR);
 }
 
@@ -132,9 +121,9 @@ std::shared_ptr<const ListenerHandlers> SocketListener::handlers() const {
     return handlers_;
 }
 
-void SocketListener::reportState(State state, std::error_code error) const {
+void SocketListener::reportState(const Result<std::uint16_t>& port) const {
     const auto current = handlers();
-    if (current && current->state) current->state(state, error);
+    if (current && current->state) current->state(port);
 }
 
 } // namespace quorvel::platform

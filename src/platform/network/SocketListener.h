@@ -10,9 +10,8 @@
 
 namespace quorvel::platform {
 
-/// Where a listener's handlers stand until it is cancelled.
-class ListenerHandlers {
-  public:
+/// The handlers of a listener, which are dropped as a whole by its cancellation.
+struct ListenerHandlers {
     Listener::StateHandler state;
     Listener::ConnectionHandler connection;
 };
@@ -21,45 +20,43 @@ class Acceptor;
 
 class SocketListener final : public Listener, public std::enable_shared_from_this<SocketListener> {
   public:
-    explicit SocketListener(Descriptor socket, int family, std::uint16_t port);
+    SocketListener(Descriptor socket, int family, std::uint16_t port);
     ~SocketListener() override;
 
     void onState(StateHandler handler) override;
     void onConnection(ConnectionHandler handler) override;
     void start(WorkQueue& queue) override;
-    std::optional<std::uint16_t> port() const override;
     void cancel() override;
 
-    /// The handlers as they stand; none after `cancel`.
+    /// Null after `cancel`.
     std::shared_ptr<const ListenerHandlers> handlers() const;
     int socket() const { return socket_.number(); }
-    void reportState(State state, std::error_code error = {}) const;
+    void reportState(const Result<std::uint16_t>& port) const;
 
-    /// One acceptor leads: it takes clients at once. The others look after a rest, and one that
-    /// then finds a client leads from there.
+    /// One acceptor leads: it takes clients at once. The others look later, and one that still
+    /// finds a client takes the lead.
     bool isLeadBy(const Acceptor& acceptor) const { return leader_ == &acceptor; }
     void takeLead(const Acceptor& acceptor) { leader_ = &acceptor; }
 
   private:
-    std::error_code bindAndListen() const;
+    Result<std::uint16_t> bindAndListen() const;
     void acceptOn(const std::shared_ptr<Loop>& loop);
 
     Descriptor socket_;
     const int family_;
     const std::uint16_t requestedPort_;
-    std::uint16_t boundPort_ = 0;
-    std::atomic<bool> ready_ = false;
     std::atomic<const Acceptor*> leader_ = nullptr;
     mutable std::mutex mutex_;
     std::shared_ptr<ListenerHandlers> handlers_;
-    /// How many loops have taken the socket up; guarded by the mutex.
+    /// The number of loops that watch the socket. Guarded by the mutex.
     int acceptors_ = 0;
 };
 
-/// One thread's share in a listener: takes clients as they come and keeps them on its loop.
+/// Accepts a listener's clients on one thread and keeps them on its loop.
 class Acceptor final : public LoopMember, public std::enable_shared_from_this<Acceptor> {
   public:
-    /// The rank, from 1, tells how soon it takes what the leader leaves waiting.
+    /// The rank counts from 1; the higher it is, the later the acceptor looks for clients that the
+    /// leader has left waiting.
     Acceptor(std::shared_ptr<SocketListener> listener, std::shared_ptr<Loop> loop, int rank);
     ~Acceptor() override;
 
@@ -79,7 +76,7 @@ class Acceptor final : public LoopMember, public std::enable_shared_from_this<Ac
     asio::steady_timer timer_;
     const int rank_;
     bool paused_ = false;
-    /// The last turn left clients waiting: no rest before the next.
+    /// The last turn left clients waiting, so that the next one follows at once.
     bool isNeeded_ = false;
 };
 

@@ -4,30 +4,19 @@
 #include "platform/network/SocketAddress.h"
 
 #include <algorithm>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <sys/socket.h>
 
 namespace quorvel::platform {
 
 namespace {
 
-// A fast client must not keep the thread from the others. With a longer turn a download also meets
-// the pacing of the congestion control (BBR's, say), where each hold costs a timer; with this one
-// the time of the others' turns is enough for the network.
-constexpr std::size_t bytesPerTurn = 256 << 10;
-// What a step counts besides the bytes of a file.
-constexpr std::size_t stepCost = bytesPerTurn / 16;
-
-// Waiting texts are joined up to here; what is sent of a text is freed only with all of it.
-constexpr std::size_t joinedTextLimit = 4096;
+// A fast client must not keep the thread from the others, so that a chunk of a file ends a turn as
+// well. With longer turns a download also runs into the pacing of the congestion control (BBR, for
+// one), where each delay costs a timer; the time of the other clients' turns is delay enough.
+constexpr int stepsPerTurn = 16;
 
 std::error_code posixError(int code) {
     return {code, std::generic_category()};
-}
-
-bool wouldBlock(int code) {
-    return code == EAGAIN || code == EWOULDBLOCK;
 }
 
 } // namespace
@@ -69,125 +58,83 @@ void StreamConnection::sendFile(std::shared_ptr<const OpenFile> file, std::int64
 }
 
 void StreamConnection::enqueue(Outgoing item) {
-    if (!ended_ && joinLast(item)) return;
-    // The network is asked at once, only the report comes later.
-    if (!ended_ && outgoing_.empty()) {
-        item.complete = attempt(item) == Outgoing::Progress::complete;
-        if (item.complete && !item.isAwaited()) return;
-    }
-    bytesWaiting_ += item.waiting();
-    outgoing_.push_back(std::move(item));
+    if (hasEnded())
+        sendQueue_.append(std::move(item));
+    else if (!sendQueue_.add(std::move(item), socket_.number(), loop_->buffer()))
+        return;
     schedule();
 }
 
-// A peer that does not read should cost what waits for it, not a list node for every few bytes.
-bool StreamConnection::joinLast(const Outgoing& item) {
-    if (outgoing_.empty() || !item.isPlainText()) return false;
-    Outgoing& last = outgoing_.back();
-    if (!last.isPlainText() || last.text.size() + item.text.size() > joinedTextLimit) return false;
-    last.text += item.text;
-    last.more = item.more;
-    bytesWaiting_ += item.text.size();
-    return true;
-}
-
 void StreamConnection::schedule() {
-    if (driving_ || scheduled_) return;
+    if (turn_ != Turn::none) return;
     const auto loop = loop_ ? loop_ : endedOn_.lock();
     if (!loop) return dropHandlers();
-    scheduled_ = true;
-    // A handler that owns this connection is dropped by nobody else if the loop ends now.
+    turn_ = Turn::scheduled;
+    // If the loop ends before the turn, it is the one to drop a handler that owns this connection.
     loop->join(*this);
-    loop->post([self = shared_from_this()] {
-        self->scheduled_ = false;
-        self->drive();
-    });
+    loop->post([self = shared_from_this()] { self->drive(); });
 }
 
 void StreamConnection::drive() {
     const auto self = shared_from_this();
-    driving_ = true;
-    std::size_t done = 0;
-    while (!ended_ && done < bytesPerTurn) {
-        std::size_t step = sendStep();
-        if (step == 0) step = receiveStep();
-        if (step == 0) break;
-        done += step;
+    turn_ = Turn::running;
+    Step step = Step::done;
+    for (int steps = 0; steps < stepsPerTurn && step == Step::done; ++steps) {
+        step = sendStep();
+        if (step == Step::nothingToDo) step = receiveStep();
     }
-    if (ended_) reportEnd();
-    driving_ = false;
-    if (ended_) leaveWhenIdle();
-    if (!ended_ && done >= bytesPerTurn) schedule();
+    if (hasEnded()) reportEnd();
+    turn_ = Turn::none;
+    if (!hasEnded()) {
+        if (step != Step::nothingToDo) schedule();
+    } else if (const auto loop = endedOn_.lock()) {
+        loop->leave(*this);
+    }
 }
 
-void StreamConnection::leaveWhenIdle() {
-    const auto loop = endedOn_.lock();
-    if (loop && !scheduled_) loop->leave(*this);
-}
-
-std::size_t StreamConnection::sendStep() {
-    if (outgoing_.empty() || writeWaiting_) return 0;
-    Outgoing& next = outgoing_.front();
-    const std::size_t before = next.waiting();
-    const auto progress = next.complete ? Outgoing::Progress::complete : attempt(next);
-    bytesWaiting_ -= before - next.waiting();
-    if (progress == Outgoing::Progress::failed) return 0;
-    if (progress == Outgoing::Progress::wouldBlock) {
-        next.doneBeforeWait = next.done;
-        // What the cork holds back may be all that keeps the socket from becoming writable.
-        setCork(false);
+StreamConnection::Step StreamConnection::sendStep() {
+    if (hasEnded() || sendQueue_.isEmpty() || outputAwaited_) return Step::nothingToDo;
+    switch (sendQueue_.proceed(socket_.number(), loop_->buffer())) {
+    case Outgoing::Progress::failed:
+        end(posixError(errno), PeerInput::done);
+        return Step::nothingToDo;
+    case Outgoing::Progress::wouldBlock:
         waitFor(Direction::outgoing);
-        return 0;
+        return Step::nothingToDo;
+    case Outgoing::Progress::complete:
+        break;
     }
-    Outgoing finished = std::move(next);
-    outgoing_.pop_front();
-    finished.report({});
-    return stepCost + (finished.file ? finished.done : 0);
+    Outgoing sent = sendQueue_.takeFirst();
+    sent.report({});
+    return sent.file ? Step::turnOver : Step::done;
 }
 
-Outgoing::Progress StreamConnection::attempt(Outgoing& item) {
-    // sendfile(2) takes no flag for what follows, so a file corks the socket instead.
-    if (item.file && item.more == MoreToSend::yes) setCork(true);
-    const auto progress = item.proceed(socket_.number(), loop_->buffer());
-    if (progress == Outgoing::Progress::failed) end(posixError(errno), PeerInput::done);
-    if (progress == Outgoing::Progress::complete && item.more == MoreToSend::no) setCork(false);
-    return progress;
-}
-
-void StreamConnection::setCork(bool corked) {
-    if (corked_ == corked) return;
-    corked_ = corked;
-    const int value = corked ? 1 : 0;
-    setsockopt(socket_.number(), IPPROTO_TCP, TCP_CORK, &value, sizeof value);
-}
-
-std::size_t StreamConnection::receiveStep() {
-    if (ended_ || !receiveHandler_ || readWaiting_) return 0;
-    if (std::exchange(inputTaken_, false)) {
-        // It would be asked for nothing: what is next is still on its way.
+StreamConnection::Step StreamConnection::receiveStep() {
+    if (hasEnded() || !receiveHandler_ || input_ == Input::awaited) return Step::nothingToDo;
+    if (input_ == Input::taken) {
+        // A further read would find nothing: the next bytes are still on their way.
         waitFor(Direction::incoming);
-        return 0;
+        return Step::nothingToDo;
     }
     const auto buffer = loop_->buffer();
     ssize_t count = 0;
     do {
         count = recv(socket_.number(), buffer.data(), receiveMaximum_, 0);
     } while (count < 0 && errno == EINTR);
-    if (count < 0 && wouldBlock(errno)) {
-        waitFor(Direction::incoming);
-        return 0;
-    }
     if (count < 0) {
-        end(posixError(errno), PeerInput::done);
-        return 0;
+        if (errno == EAGAIN)
+            waitFor(Direction::incoming);
+        else
+            end(posixError(errno), PeerInput::done);
+        return Step::nothingToDo;
     }
     Received received;
     received.bytes = {buffer.data(), static_cast<std::size_t>(count)};
     received.endOfStream = count == 0;
-    inputTaken_ = count > 0 && received.bytes.size() < receiveMaximum_;
-    const bool moreWaits = count > 0 && !inputTaken_;
+    const bool moreWaits = received.bytes.size() == receiveMaximum_;
+    if (count > 0 && !moreWaits) input_ = Input::taken;
     std::exchange(receiveHandler_, {})(received);
-    return moreWaits ? bytesPerTurn : stepCost;
+    return moreWaits ? Step::turnOver : Step::done;
 }
 
 void StreamConnection::waitFor(Direction direction) {
@@ -197,17 +144,27 @@ void StreamConnection::waitFor(Direction direction) {
         watch_->assign(socket_.number(), error);
         if (error) {
             watch_.reset();
-            end(posixError(error.value()), PeerInput::done);
-            return;
+            return end(posixError(error.value()), PeerInput::done);
         }
     }
-    const bool incoming = direction == Direction::incoming;
-    (incoming ? readWaiting_ : writeWaiting_) = true;
-    watch_->async_wait(incoming ? WatchedDescriptor::wait_read : WatchedDescriptor::wait_write,
-                       [self = shared_from_this(), incoming](const asio::error_code&) {
-                           (incoming ? self->readWaiting_ : self->writeWaiting_) = false;
-                           if (!self->ended_) self->drive();
+    const bool isIncoming = direction == Direction::incoming;
+    if (isIncoming)
+        input_ = Input::awaited;
+    else
+        outputAwaited_ = true;
+    watch_->async_wait(isIncoming ? WatchedDescriptor::wait_read : WatchedDescriptor::wait_write,
+                       [self = shared_from_this(), direction](const asio::error_code&) {
+                           self->waitIsOver(direction);
                        });
+}
+
+void StreamConnection::waitIsOver(Direction direction) {
+    if (direction == Direction::incoming)
+        input_ = Input::unknown;
+    else
+        outputAwaited_ = false;
+    // A turn that is scheduled already does what there is to do.
+    if (!hasEnded() && turn_ == Turn::none) drive();
 }
 
 void StreamConnection::cancel(PeerInput input) {
@@ -215,31 +172,26 @@ void StreamConnection::cancel(PeerInput input) {
 }
 
 void StreamConnection::end(std::error_code reason, PeerInput input) {
-    if (ended_) return;
-    ended_ = true;
-    failure_ = reason;
+    if (hasEnded()) return;
+    endReason_ = reason ? reason : posixError(ECANCELED);
     Descriptor socket = takeSocket();
     if (!reason) GracefulClose::start(std::move(socket), loop_, input);
     endedOn_ = std::exchange(loop_, nullptr);
-    if (receiveHandler_ || !outgoing_.empty() || endHandler_) schedule();
-    leaveWhenIdle();
+    if (receiveHandler_ || !sendQueue_.isEmpty()) return schedule();
+    const auto loop = endedOn_.lock();
+    if (loop && turn_ != Turn::scheduled) loop->leave(*this);
 }
 
-// Handlers may ask for more of the ended connection; that is refused in the same way.
+// Handlers may ask for more of the ended connection, which is refused in the same way.
 void StreamConnection::reportEnd() {
-    const std::error_code error = failure_ ? failure_ : posixError(ECANCELED);
-    while (!outgoing_.empty() || receiveHandler_) {
-        if (!outgoing_.empty()) {
-            Outgoing item = std::move(outgoing_.front());
-            outgoing_.pop_front();
-            item.report(item.complete ? std::error_code{} : error);
+    while (!sendQueue_.isEmpty() || receiveHandler_) {
+        if (!sendQueue_.isEmpty()) {
+            Outgoing item = sendQueue_.takeFirst();
+            item.report(item.isComplete ? std::error_code{} : endReason_);
         } else {
-            std::exchange(receiveHandler_, {})({{}, false, error});
+            std::exchange(receiveHandler_, {})({{}, false, endReason_});
         }
     }
-    bytesWaiting_ = 0;
-    if (auto handler = std::exchange(endHandler_, {})) handler(failure_);
-    dropHandlers();
 }
 
 Descriptor StreamConnection::takeSocket() {
@@ -252,7 +204,7 @@ Descriptor StreamConnection::takeSocket() {
 
 void StreamConnection::closeWithLoop() {
     const auto self = shared_from_this();
-    ended_ = true;
+    if (!hasEnded()) endReason_ = posixError(ECANCELED);
     takeSocket();
     loop_.reset();
     endedOn_.reset();
@@ -260,12 +212,9 @@ void StreamConnection::closeWithLoop() {
 }
 
 void StreamConnection::dropHandlers() {
-    const auto outgoing = std::move(outgoing_);
-    const auto receiveHandler = std::move(receiveHandler_);
-    const auto endHandler = std::move(endHandler_);
-    outgoing_.clear();
-    receiveHandler_ = {};
-    endHandler_ = {};
+    // Moved out first: what a handler owns may make calls on this connection when it goes.
+    const auto sends = std::exchange(sendQueue_, {});
+    const auto receiveHandler = std::exchange(receiveHandler_, {});
 }
 
 std::optional<std::string> StreamConnection::localIPv4Address() const {

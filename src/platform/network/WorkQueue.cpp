@@ -14,7 +14,7 @@ namespace quorvel::platform {
 
 namespace {
 
-/// The number of queue threads that have not ended, over the whole process.
+/// The number of queue threads in the process that have not ended.
 class ThreadCount {
   public:
     void add() {
@@ -37,18 +37,18 @@ class ThreadCount {
     std::size_t count_ = 0;
 };
 
-// Never destroyed: a thread that outlives main() still counts itself out.
+// Never destroyed, because a thread that outlives main() still uses it.
 ThreadCount& threadCount() {
     static auto* const count = new ThreadCount;
     return *count;
 }
 
-// More than one, because a slow disk may hold a thread for seconds; not one for each core, because
-// every one of them that is idle wakes for a new client.
+// More than one, because a slow disk may hold a thread for seconds; few, because every idle thread
+// wakes for a new client.
 constexpr std::size_t concurrentThreads = 4;
 
 void nameThread(const std::string& label) {
-    // The kernel keeps 15 characters; the end of the label is what tells queues apart.
+    // The kernel keeps 15 characters, and the end of the label tells queues apart.
     const auto start = label.size() > 15 ? label.size() - 15 : 0;
     pthread_setname_np(pthread_self(), label.substr(start).c_str());
 }
@@ -56,7 +56,7 @@ void nameThread(const std::string& label) {
 void startThread(const std::shared_ptr<Loop>& loop, const std::string& label,
                  const ThreadSetup& setup) {
     threadCount().add();
-    // Signals are the main thread's business; a new thread inherits the mask.
+    // Signals are handled on the main thread; a new thread inherits the mask.
     sigset_t all;
     sigset_t before;
     sigfillset(&all);
@@ -80,20 +80,20 @@ void startThread(const std::shared_ptr<Loop>& loop, const std::string& label,
 
 } // namespace
 
-std::shared_ptr<WorkQueue> WorkQueue::serial(std::string label, const ThreadSetup& setup) {
-    return std::shared_ptr<WorkQueue>(new WorkQueue(std::move(label), 1, setup));
+std::shared_ptr<WorkQueue> WorkQueue::serial(const std::string& label, const ThreadSetup& setup) {
+    return std::shared_ptr<WorkQueue>(new WorkQueue(label, 1, setup));
 }
 
-std::shared_ptr<WorkQueue> WorkQueue::concurrent(std::string label, const ThreadSetup& setup) {
-    return std::shared_ptr<WorkQueue>(new WorkQueue(std::move(label), concurrentThreads, setup));
+std::shared_ptr<WorkQueue> WorkQueue::concurrent(const std::string& label,
+                                                 const ThreadSetup& setup) {
+    return std::shared_ptr<WorkQueue>(new WorkQueue(label, concurrentThreads, setup));
 }
 
-WorkQueue::WorkQueue(std::string label, std::size_t threads, const ThreadSetup& setup)
-    : label_(std::move(label)) {
+WorkQueue::WorkQueue(const std::string& label, std::size_t threads, const ThreadSetup& setup) {
     try {
         for (std::size_t i = 0; i < threads; ++i) {
             loops_.push_back(std::make_shared<Loop>());
-            startThread(loops_.back(), label_, setup);
+            startThread(loops_.back(), label, setup);
         }
     } catch (const std::system_error&) {
         endLoops();
@@ -111,7 +111,7 @@ void WorkQueue::endLoops() {
 }
 
 void WorkQueue::post(Task task) {
-    // The task may release the queue before the loop's own post has returned.
+    // Kept alive here: the task may release the queue before the loop's post has returned.
     const auto loop = loops_.front();
     loop->post(std::move(task));
 }

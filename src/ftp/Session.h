@@ -1,0 +1,138 @@
+#pragma once
+
+#include "ftp/DataChannel.h"
+#include "ftp/FTPFileServer.h"
+#include "platform/files/SharedFolder.h"
+#include "platform/network/Connection.h"
+#include "platform/network/WorkQueue.h"
+
+#include <functional>
+#include <string_view>
+
+namespace quorvel::ftp {
+
+/// What all sessions of a server share. Immutable.
+struct FTPFileServer::Context {
+    std::string root;
+    std::optional<server::Credentials> credentials;
+    platform::SharedFolder folder;
+    std::shared_ptr<platform::WorkQueue> queue;
+};
+
+/// One client, from its greeting to `removeSession`. Runs on the server's queue.
+///
+/// `receiveCommands` collects what the client sends, `handleLines` takes the lines, and
+/// `handleCommand` finds each one's row in the command table. A transfer command finds its file or
+/// builds its listing at once and leaves the sending to an action, which runs as soon as the client
+/// has connected to the port of the last PASV or EPSV.
+///
+/// The callbacks of its connections own the session. They are dropped when the connections end, so
+/// that a session is gone soon after `close`, which the server calls when it stops.
+class FTPFileServer::Session final : public std::enable_shared_from_this<Session> {
+  public:
+    Session(std::shared_ptr<const Context> context, std::weak_ptr<FTPFileServer> server,
+            std::shared_ptr<platform::Connection> control);
+
+    /// Greets the client and begins to read its commands.
+    void start();
+    /// Cancels every connection and listener of the session. Idempotent.
+    void close(platform::PeerInput input = platform::PeerInput::done);
+
+  private:
+    /// Asked for at most in one read of the control connection.
+    static constexpr std::size_t controlReadMaximum = 8192;
+    /// Longer input without a line feed is discarded.
+    static constexpr std::size_t pendingLineLimit = 4096;
+    /// No further command is taken while more bytes of replies wait for the client to read them.
+    static constexpr std::size_t waitingReplyLimit = 65536;
+
+    /// A row of the command table.
+    struct Command;
+
+    /// What a client's path names, found on disk and held.
+    struct FoundItem {
+        std::string virtualPath;
+        std::string location;
+        platform::Item item;
+    };
+
+    enum class ListForm { lines, names };
+
+    // Session.cpp: the life of the session, and its lines.
+    void askForCommands();
+    void receiveCommands(const platform::Received& received);
+    void handleLines();
+    void pauseLines();
+    void linesHandled();
+    void closeAfterReplies();
+    void removeSession(platform::PeerInput input = platform::PeerInput::done);
+    void sendReply(std::string text);
+
+    // Commands.cpp: the table, login, and commands that only answer.
+    static const Command* findCommand(std::string_view verb);
+    void handleCommand(std::string_view line);
+    void handleUser(std::string_view argument);
+    void handlePass(std::string_view argument);
+    bool isLogin(std::string_view password) const;
+    void sendFeatures(std::string_view argument);
+    void handleType(std::string_view argument);
+    void handleMode(std::string_view argument);
+    void handleStructure(std::string_view argument);
+    void handlePrintDirectory(std::string_view argument);
+    void handleRestart(std::string_view argument);
+    void handleQuit(std::string_view argument);
+
+    // Navigation.cpp: from a client's path to an item on disk.
+    std::optional<FoundItem> find(std::string_view argument,
+                                  platform::Purpose purpose = platform::Purpose::attributes) const;
+    void handleChangeDirectory(std::string_view argument);
+    void handleParentDirectory(std::string_view argument);
+
+    // PassiveData.cpp: a data channel for each PASV and EPSV.
+    void handlePassive(std::string_view argument);
+    void handleExtendedPassive(std::string_view argument);
+    bool openDataChannel();
+    std::optional<std::string> passiveAddress() const;
+    void startDataListener(std::function<std::string(std::uint16_t port)> replyFor);
+    std::shared_ptr<DataChannel> claimDataChannel();
+
+    // Listings.cpp
+    void handleLongList(std::string_view argument);
+    void handleNameList(std::string_view argument);
+    void handleList(std::string_view argument, ListForm form);
+    std::string listingOf(const FoundItem& found, ListForm form) const;
+    void sendListing(std::string text);
+    void finishListing(std::error_code error);
+
+    // Downloads.cpp: RETR, and the attributes of files.
+    void handleRetrieve(std::string_view argument);
+    void startDownload(std::shared_ptr<const platform::OpenFile> file, std::int64_t offset,
+                       std::string_view name);
+    void finishDownload(std::error_code error);
+    void handleSize(std::string_view argument);
+    void handleModificationTime(std::string_view argument);
+
+    const std::shared_ptr<const Context> context_;
+    const std::weak_ptr<FTPFileServer> server_;
+    const std::shared_ptr<platform::Connection> control_;
+
+    bool authenticated_ = false;
+    /// The name given by USER.
+    std::optional<std::string> pendingUser_;
+    /// Absolute within the share, "/" being the shared folder.
+    std::string workingDirectory_ = "/";
+    /// Set by REST and used up by the next RETR.
+    std::int64_t restartOffset_ = 0;
+    /// That of the last PASV or EPSV. Never null: commands before the first one wait in it too.
+    std::shared_ptr<DataChannel> dataChannel_ = std::make_shared<DataChannel>();
+
+    /// Received and not handled yet; holds no memory while the client is idle.
+    std::string input_;
+    bool inputHasEnded_ = false;
+    /// The client sends without waiting for replies, so that some may be unread when it quits.
+    bool sendsAhead_ = false;
+    bool isQuitting_ = false;
+    bool isClosed_ = false;
+};
+
+} // namespace quorvel::ftp

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "platform/network/Outgoing.h"
+
+#include <list>
+
+namespace quorvel::platform {
+
+/// The sends of one connection that the network has not taken or that are still to be reported,
+/// in their order. Corks the socket while a file's last segment is to wait for what follows.
+class SendQueue {
+  public:
+    bool isEmpty() const { return items_.empty(); }
+    /// Bytes of text that the network has not taken.
+    std::size_t bytesWaiting() const { return bytesWaiting_; }
+
+    /// Appends the send, and tries it at once if it is the first. Returns false if that left
+    /// nothing to do: everything was sent and there is no callback, or an earlier send carries it.
+    bool add(Outgoing item, int socket, std::span<char> buffer);
+    /// Appends the send without trying it.
+    void append(Outgoing item);
+
+    /// Sends as much of the first item as the socket takes without waiting; errno says why it
+    /// failed. The queue must not be empty. The buffer is used for files that need a copy.
+    Outgoing::Progress proceed(int socket, std::span<char> buffer);
+    /// Removes the first item, to be reported by the caller.
+    Outgoing takeFirst();
+
+  private:
+    bool joinLast(const Outgoing& item);
+    Outgoing::Progress attempt(Outgoing& item, int socket, std::span<char> buffer);
+    void setCork(int socket, bool isCorked);
+
+    std::list<Outgoing> items_;
+    std::size_t bytesWaiting_ = 0;
+    bool isCorked_ = false;
+};
+
+} // namespace quorvel::platform
