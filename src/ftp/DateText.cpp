@@ -8,7 +8,7 @@ namespace quorvel::ftp {
 
 namespace {
 
-// Not the C library's names, which follow the process's locale.
+// The C library's names depend on the process's locale.
 constexpr std::array<std::string_view, 12> monthNames{"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
@@ -56,7 +56,8 @@ std::string ListingDateFormatter::text(std::int64_t time) {
     if (const auto known = minutes_.find(minute); known != minutes_.end()) return known->second;
     const std::tm local = localTime(time);
     std::string text = dateText(local);
-    // Until 1972 some zones were off by odd seconds: there a minute of UTC is in two local ones.
+    // Until 1972 some zones had offsets with odd seconds: there a minute of UTC spans two local
+    // ones.
     if (local.tm_gmtoff % 60 == 0) minutes_.emplace(minute, text);
     return text;
 }

@@ -7,15 +7,15 @@
 
 namespace quorvel::ftp {
 
-/// The time in UTC as "20240305140709" (RFC 3659, section 2.3); none beyond the calendar. Seconds
-/// since 1970 UTC, here and below.
+/// A time in seconds since 1970 UTC as "20240305140709" in UTC (RFC 3659, section 2.3); none if its
+/// year is out of the C library's range.
 std::optional<std::string> modificationTimeText(std::int64_t time);
 
-/// Dates of one listing, "Mar 07 09:15" in the process's time zone. Many files of a folder share
-/// their minute, so each minute is converted once.
+/// Formats the dates of one listing as "Mar 07 09:15" in the process's time zone. Many files of a
+/// folder share a minute, so each minute is converted once.
 class ListingDateFormatter {
   public:
-    /// A time beyond the calendar shows as 1970.
+    /// The time is in seconds since 1970 UTC; one that is out of range shows as 1970.
     std::string text(std::int64_t time);
 
   private:

@@ -7,8 +7,8 @@
 
 namespace quorvel::ftp {
 
-/// Appends one line of LIST in the form of "ls -l", with its line end: owner, group, link count
-/// and permissions are the same for all.
+/// Appends an entry's line of LIST in the format of "ls -l", with its line end. Owner, group, link
+/// count and permissions are fixed texts.
 void appendListingLine(std::string& listing, const platform::FolderEntry& entry,
                        ListingDateFormatter& dates);
 

@@ -7,10 +7,10 @@
 
 namespace quorvel::ftp {
 
-/// The 227 line of PASV (RFC 959); none when the address is not a dotted quad.
+/// The 227 reply to PASV (RFC 959); none if the address is not a dotted quad.
 std::optional<std::string> passiveReply(std::string_view address, std::uint16_t port);
 
-/// The 229 line of EPSV (RFC 2428).
+/// The 229 reply to EPSV (RFC 2428).
 std::string extendedPassiveReply(std::uint16_t port);
 
 } // namespace quorvel::ftp

@@ -15,11 +15,11 @@ struct ByteRange {
     bool operator==(const ByteRange&) const = default;
 };
 
-/// Whether a Range header speaks of bytes at all; other units are ignored (RFC 9110, 14.2).
+/// Whether the unit of a Range header is bytes; other units are ignored (RFC 9110, 14.2).
 bool isByteRange(std::string_view headerValue);
 
-/// The first range of the header value, cut to the file's size; none when it cannot be satisfied
-/// or read (RFC 9110, section 14.1.2).
+/// The first range of the header value, clamped to the file's size; none if it is malformed or not
+/// satisfiable (RFC 9110, section 14.1.2).
 std::optional<ByteRange> parseRange(std::string_view headerValue, std::int64_t size);
 
 } // namespace quorvel::http

@@ -4,12 +4,11 @@
 
 namespace quorvel::http {
 
-/// The text after the last dot of a file name; empty without one, and for a name whose only dot
-/// is its first character.
+/// The text after the last dot of a file name; empty if there is no dot, or only a leading one.
 std::string_view fileExtension(std::string_view fileName);
 
-/// The Content-Type value for an extension in any case; "application/octet-stream" for one that
-/// is not known.
+/// The Content-Type value for an extension, whose letter case does not matter;
+/// "application/octet-stream" if the extension is unknown.
 std::string_view mimeType(std::string_view extension);
 
 } // namespace quorvel::http

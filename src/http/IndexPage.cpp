@@ -21,7 +21,7 @@ constexpr std::string_view listStart = "</h2><ul>";
 constexpr std::string_view parentItem = "<li><a href=\"../\">../</a></li>";
 constexpr std::string_view pageEnd = "</ul></body></html>";
 
-// What an item needs beyond its name, which stands in it twice and may grow by its escapes.
+// The bytes of an item besides its name, which appears twice and grows when it is escaped.
 constexpr std::size_t itemOverhead = 64;
 
 void appendEscaped(std::string& to, std::string_view text) {

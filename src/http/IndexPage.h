@@ -8,14 +8,14 @@
 
 namespace quorvel::http {
 
-/// & < > and the double quote as entities, in this order.
+/// Replaces & < > and the double quote by their entities.
 std::string htmlEscape(std::string_view text);
 
 /// The decoded path with a slash at both ends.
 std::string displayPath(std::string_view decodedPath);
 
-/// The page that lists the entries in their order, one line of UTF-8. Names on disk that are not
-/// UTF-8 show U+FFFD and link to their bytes.
+/// The page that lists the entries in the given order: one line of UTF-8. A name on disk that is
+/// not UTF-8 is shown with U+FFFD and links to its bytes.
 std::string indexPage(const std::vector<platform::FolderEntry>& entries,
                       std::string_view decodedPath);
 

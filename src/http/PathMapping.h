@@ -6,13 +6,13 @@
 
 namespace quorvel::http {
 
-/// The location that a decoded request path names, as a cleaned absolute path inside the root;
-/// none when it leaves the root. Looks at the text only, touches no file.
+/// The location of a decoded request path: a standardized absolute path inside the root, or none if
+/// the path leaves the root. Purely lexical.
 std::optional<std::string> resolveRequestPath(std::string_view root, std::string_view decodedPath);
 
-/// What a redirect to the raw path with a slash behind it may carry: escapes as the client sent
-/// them, but nothing that would end the line, and nothing that a browser would read as another
-/// host ("//host/" or "/\host/", RFC 3986, section 4.2).
+/// The Location of a redirect to the raw path with a slash appended. The client's escapes are kept;
+/// control bytes and backslashes are escaped and leading slashes become one, so that the header
+/// line stays whole and no browser reads another host ("//host/" or "/\host/", RFC 3986, 4.2).
 std::string redirectLocation(std::string_view rawPath);
 
 } // namespace quorvel::http

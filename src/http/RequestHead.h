@@ -6,7 +6,7 @@
 
 namespace quorvel::http {
 
-/// What a request's head says, as far as this server looks at it.
+/// The parts of a request's head that the server uses.
 struct RequestHead {
     /// In upper case.
     std::string method;
@@ -14,18 +14,18 @@ struct RequestHead {
     std::string target;
     std::optional<std::string> authorization;
     std::optional<std::string> range;
-    /// A header announces a body, which nobody will read.
+    /// A header announces a body, which will not be read.
     bool announcesBody = false;
 };
 
-/// Parses the bytes before the empty line (RFC 9112, section 2.1). None when they are not UTF-8
-/// or the request line has fewer than two words.
+/// Parses the bytes before the empty line (RFC 9112, section 2.1). None if they are not UTF-8 or
+/// the request line has fewer than two words.
 std::optional<RequestHead> parseRequestHead(std::string_view head);
 
-/// The target up to its query, still percent-encoded; "/" when nothing is left.
+/// The target without its query, still percent-encoded; "/" if nothing is left.
 std::string_view rawPath(std::string_view target);
 
-/// The raw path with its escapes decoded; unchanged when they are wrong or not UTF-8.
+/// The raw path with its escapes decoded; unchanged if one is malformed or the result is not UTF-8.
 std::string decodedPath(std::string_view rawPath);
 
 } // namespace quorvel::http

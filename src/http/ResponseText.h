@@ -9,8 +9,8 @@
 
 namespace quorvel::http {
 
-/// The plain-text answers: status, body, and the one extra header line some of them carry
-/// (without its line end).
+/// A plain-text answer: its status, its body, and the one extra header line that some have (without
+/// its line end).
 struct TextResponse {
     std::string_view status;
     std::string_view body;
@@ -25,16 +25,16 @@ TextResponse methodNotAllowed();
 TextResponse cannotOpenFile();
 TextResponse rangeNotSatisfiable(std::int64_t size);
 
-/// Head and body.
+/// The head and the body.
 std::string textResponse(const TextResponse& response);
 
 /// The whole 301 answer.
 std::string redirectResponse(std::string_view location);
 
-/// The head of an index page of so many bytes.
+/// The head of an index page with this length in bytes.
 std::string indexHead(std::size_t length);
 
-/// The head of a file's answer: 206 with a range, else 200.
+/// The head of a file's answer: 206 if there is a range, else 200.
 std::string fileHead(std::string_view contentType, const std::optional<ByteRange>& range,
                      std::int64_t size);
 

@@ -5,7 +5,7 @@
 namespace quorvel::platform {
 
 void Descriptor::reset(int number) {
-    // Linux has released the number even when close reports EINTR, so it is never repeated.
+    // Not repeated on EINTR: Linux has released the number by then.
     if (number_ >= 0) close(number_);
     number_ = number;
 }

@@ -4,7 +4,7 @@
 
 namespace quorvel::platform {
 
-/// Owns one file descriptor and closes it (close(2)); -1 is none.
+/// Owns a file descriptor and closes it (close(2)). -1 means none.
 class Descriptor {
   public:
     Descriptor() = default;

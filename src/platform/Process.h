@@ -2,9 +2,9 @@
 
 namespace quorvel::platform {
 
-/// To be called first in main(), before any thread exists: a client's disconnect becomes an
-/// ordinary error (SIGPIPE ignored), the descriptor limit is raised as far as the user may, and
-/// the time zone is read while files outside a shared folder are still readable.
+/// To be called first in main(), before any thread exists. Ignores SIGPIPE, so that a client's
+/// disconnect is an ordinary error, raises the descriptor limit to the hard limit, and reads the
+/// time zone while files outside a shared folder are still readable.
 void prepareProcess();
 
 } // namespace quorvel::platform

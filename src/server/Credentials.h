@@ -4,7 +4,7 @@
 
 namespace quorvel::server {
 
-/// The login that clients must give. Compared as text, the password in clear.
+/// The login that clients must give; the password is in clear text.
 struct Credentials {
     std::string user;
     std::string pass;

@@ -6,8 +6,8 @@
 
 namespace quorvel::server {
 
-/// A sign or none, then one or more ASCII digits and nothing else; none for anything else and
-/// beyond 64 bits.
+/// Parses an optional sign and one or more ASCII digits. None for anything else, and if the value
+/// does not fit into 64 bits.
 std::optional<std::int64_t> decimalInteger(std::string_view text);
 
 } // namespace quorvel::server

@@ -5,14 +5,14 @@
 
 namespace quorvel::server {
 
-/// The path cleaned lexically: no empty and "." components, each ".." takes the component before
-/// it away and stops at the top, no trailing slash. Touches no disk. Absolute paths only.
+/// Cleans an absolute path lexically: empty and "." components are removed, ".." removes the
+/// component before it and stops at the top, and there is no trailing slash. Touches no disk.
 std::string standardizedPath(std::string_view path);
 
-/// Whether the path is the root or below it. Both standardized; links are not looked at.
+/// Whether the path is the root or below it. Both must be standardized; links are not resolved.
 bool isInside(std::string_view root, std::string_view path);
 
-/// What is left of a path inside the root: "" for the root itself, no leading slash.
+/// A path inside the root relative to it, without a leading slash; "" for the root itself.
 std::string_view relativeTo(std::string_view root, std::string_view path);
 
 /// The text after the last slash.

@@ -7,24 +7,24 @@
 
 namespace quorvel::server {
 
-/// What the model knows of a file server. One object serves one start and one stop.
+/// A file server as the model sees it. An object is started and stopped once.
 ///
 /// `start` and `stop` are called on the owner's thread, the callbacks on the server's queue.
-/// Releasing the server object ends what is left of its connections.
+/// Releasing the server closes the connections that are left.
 class FolderServer {
   public:
     virtual ~FolderServer() = default;
 
-    /// The server listens. Set before `start`.
+    /// Called when the server is listening. To be set before `start`, as `onError` is.
     std::function<void()> onReady;
-    /// Listening failed, with a message for the user; may come more than once.
+    /// Called with a message for the user when listening has failed; possibly more than once.
     std::function<void(std::string)> onError;
 
-    /// Success means only that listening was asked for. Fails with `ServerError` or with the
-    /// system's error when no listener could be made.
+    /// Success means only that listening was requested; the outcome is reported by the callbacks.
+    /// Fails with a `ServerError`, or with the system's error if it cannot make a listener.
     virtual platform::Result<> start() = 0;
 
-    /// Never fails, calls neither callback, and may be called again.
+    /// Never fails and calls neither callback. Idempotent.
     virtual void stop() = 0;
 };
 

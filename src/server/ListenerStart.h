@@ -8,8 +8,8 @@
 
 namespace quorvel::server {
 
-/// Makes the listener of a server and starts it on the server's queue: its states become calls
-/// of `onReady` and `onError`, as long as the server exists. Fails with
+/// Makes a server's listener and starts it on the server's queue. Its states are reported to the
+/// server's `onReady` and `onError` for as long as the server exists. Fails with
 /// `ServerError::invalidPort` for port 0, else with the system's error.
 platform::Result<std::shared_ptr<platform::Listener>>
 startListener(std::weak_ptr<FolderServer> server, std::uint16_t port, platform::WorkQueue& queue,

@@ -8,12 +8,12 @@
 
 namespace quorvel::server {
 
-/// The address other machines reach this one by, as a dotted quad, read afresh; none on a
-/// machine without IPv4 beyond loopback. Any thread.
+/// The address by which other machines reach this one, as a dotted quad. Read from the system by
+/// each call; none on a machine without IPv4 beyond loopback. Thread-safe.
 std::optional<std::string> localIPv4Address();
 
-/// The choice it makes: the address of "en0" if that is up, else the first of any interface that
-/// is up and not loopback, in the system's order.
+/// Chooses the address of "en0" if that is up, else that of the first interface that is up and not
+/// loopback, in the system's order.
 std::optional<std::string>
 chooseLocalAddress(const std::vector<platform::InterfaceAddress>& addresses);
 

@@ -5,16 +5,16 @@
 
 namespace quorvel::server {
 
-/// What a server itself finds wrong at its start.
+/// The errors that a server itself returns from `start`.
 enum class ServerError { invalidPort = 1 };
 
 /// "Invalid port number."
 std::string errorDescription(ServerError error);
 
-/// Lets a `ServerError` travel as any other error; its message is the description.
+/// Makes a `ServerError` usable as a std::error_code, whose message is the description.
 std::error_code make_error_code(ServerError error);
 
-/// The one line that the user sees when listening fails.
+/// The one-line message for the user when listening fails.
 std::string describeNetworkError(const std::error_code& error);
 
 } // namespace quorvel::server

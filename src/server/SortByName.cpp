@@ -11,8 +11,8 @@ namespace quorvel::server {
 
 namespace {
 
-/// An entry's place in the list, and its key. The first bytes of the key, as a number, mostly
-/// decide, without a look into memory that is far away.
+/// An entry's index and its collation key. The key's first bytes, compared as a number, decide most
+/// cases without reading the key itself, which is rarely in the cache.
 struct Position {
     std::uint64_t beginning = 0;
     std::string_view key;
@@ -21,7 +21,7 @@ struct Position {
     bool operator<(const Position& other) const {
         if (beginning != other.beginning) return beginning < other.beginning;
         if (const int order = key.compare(other.key)) return order < 0;
-        // Entries with equal names for their reader keep their order.
+        // Equal keys keep their order: the sort is stable.
         return index < other.index;
     }
 };
@@ -48,7 +48,7 @@ std::vector<Position> positions(const std::string& keys, const std::vector<std::
 } // namespace
 
 void sortByName(std::vector<platform::FolderEntry>& entries) {
-    // One key for each name costs a quarter of comparing the names as the sort goes.
+    // One key per name costs a quarter of the time that comparing names during the sort does.
     std::string keys;
     std::vector<std::size_t> ends;
     ends.reserve(entries.size());
