@@ -14,14 +14,14 @@ bool namesFolder(std::string_view path) {
 
 } // namespace
 
-std::optional<SettingsStore::Data> makeBookmark(const std::string& path) {
+std::optional<platform::SettingsStore::Data> makeBookmark(const std::string& path) {
     if (!namesFolder(path)) return std::nullopt;
-    SettingsStore::Data bookmark(versionMark.begin(), versionMark.end());
+    platform::SettingsStore::Data bookmark(versionMark.begin(), versionMark.end());
     bookmark.insert(bookmark.end(), path.begin(), path.end());
     return bookmark;
 }
 
-std::optional<std::string> resolveBookmark(const SettingsStore::Data& bookmark) {
+std::optional<std::string> resolveBookmark(const platform::SettingsStore::Data& bookmark) {
     std::string text(bookmark.begin(), bookmark.end());
     if (!text.starts_with(versionMark)) return std::nullopt;
     text.erase(0, versionMark.size());

@@ -7,9 +7,9 @@
 #include "model/MainQueue.h"
 #include "model/ServerFactory.h"
 #include "model/ServerType.h"
-#include "model/SettingsStore.h"
 #include "model/ShareAddress.h"
 #include "model/State.h"
+#include "platform/files/SettingsStore.h"
 #include "server/LocalAddress.h"
 
 #include <cstdint>
@@ -24,7 +24,7 @@ namespace quorvel::model {
 /// may be released on one of them; everything else is used on the main thread only.
 struct Services {
     std::shared_ptr<MainQueue> mainQueue;
-    std::shared_ptr<SettingsStore> defaults;
+    std::shared_ptr<platform::SettingsStore> defaults;
     /// Null where nobody chooses a folder.
     std::shared_ptr<FolderChooser> folderChooser;
     ServerFactory makeServer = makeFolderServer;
@@ -123,7 +123,7 @@ class ServerModel final : public std::enable_shared_from_this<ServerModel> {
     std::string password_;
     CopyFormat copyFormat_ = CopyFormat::networkLine;
     std::string folderPath_;
-    std::optional<SettingsStore::Data> folderBookmark_;
+    std::optional<platform::SettingsStore::Data> folderBookmark_;
 
     State state_;
     std::string primaryURL_;

@@ -30,7 +30,7 @@ ServerModel::ServerModel(Services services) : services_(std::move(services)) {
 }
 
 void ServerModel::readSettings() {
-    const SettingsStore& stored = *services_.defaults;
+    const platform::SettingsStore& stored = *services_.defaults;
     serverType_ = serverTypeFrom(stored.string(key::type).value_or("")).value_or(ServerType::http);
     port_ = stored.integer(key::port).value_or(0);
     if (port_ < 1) port_ = defaultPort(serverType_);

@@ -2,9 +2,9 @@
 
 #include "support/TemporaryFolder.h"
 
-#include "model/MemorySettingsStore.h"
 #include "model/Pasteboard.h"
 #include "model/ServerModel.h"
+#include "platform/files/SettingsStore.h"
 
 #include <gtest/gtest.h>
 #include <map>
@@ -78,8 +78,8 @@ struct FakeFolderChooser final : FolderChooser {
 /// A model among fakes. The LAN address and what the servers do are set by the test.
 class ModelFixture : public testing::Test {
   protected:
-    std::shared_ptr<ServerModel> makeModel(MemorySettingsStore::Values stored = {}) {
-        store_ = std::make_shared<MemorySettingsStore>(std::move(stored));
+    std::shared_ptr<ServerModel> makeModel(platform::SettingsStore::Values stored = {}) {
+        store_ = std::make_shared<platform::SettingsStore>(std::move(stored));
         const auto makeServer = [this](auto type, auto root, auto port, auto credentials) {
             if (exhausted_) throw std::system_error(exhausted_);
             const auto made = std::make_shared<FakeServer>();
@@ -121,7 +121,7 @@ class ModelFixture : public testing::Test {
     const std::shared_ptr<VirtualMainQueue> queue_ = std::make_shared<VirtualMainQueue>();
     const std::shared_ptr<FakeFolderChooser> chooser_ = std::make_shared<FakeFolderChooser>();
     const std::shared_ptr<FakePasteboard> pasteboard_ = std::make_shared<FakePasteboard>();
-    std::shared_ptr<MemorySettingsStore> store_;
+    std::shared_ptr<platform::SettingsStore> store_;
 };
 
 } // namespace quorvel::model

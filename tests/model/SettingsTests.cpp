@@ -1,12 +1,12 @@
 #include "ModelFixture.h"
 
-#include "model/FileSettingsStore.h"
 #include "model/FolderBookmark.h"
+#include "platform/files/SettingsFile.h"
 
 namespace quorvel::model {
 
-using Values = MemorySettingsStore::Values;
-using Data = SettingsStore::Data;
+using Values = platform::SettingsStore::Values;
+using Data = platform::SettingsStore::Data;
 using SettingsTest = ModelFixture;
 
 TEST_F(SettingsTest, ReadsWhatIsStoredAndDefaultsWhereItIsUnusable) {
@@ -72,9 +72,9 @@ TEST_F(SettingsTest, EverySetterStoresAndTellsAllObserversEvenWithoutAChange) {
 
     const auto path = folder_.path("settings.json");
     for (const auto& [key, value] : expected)
-        FileSettingsStore(path).set(key, value);
+        platform::SettingsFile(path).set(key, value);
     const auto restarted =
-        ServerModel::create({.defaults = std::make_shared<FileSettingsStore>(path)});
+        ServerModel::create({.defaults = std::make_shared<platform::SettingsFile>(path)});
     EXPECT_EQ(restarted->serverType(), ServerType::ftp);
     EXPECT_EQ(restarted->port(), 21);
     EXPECT_TRUE(restarted->withLogin());

@@ -91,7 +91,7 @@ TEST_F(Window, AsksForAFolderFirst) {
 }
 
 TEST_F(Window, StoresEveryEditAtOnceAndKeepsALoginThatIsNotAskedFor) {
-    using Values = model::MemorySettingsStore::Values;
+    using Values = platform::SettingsStore::Values;
     open(makeModel());
     QTest::mouseClick(&child("useAuth"), Qt::LeftButton, {}, {8, 8});
     type("username", "bö b");

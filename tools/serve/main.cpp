@@ -1,8 +1,8 @@
 #include "Options.h"
 
-#include "model/MemorySettingsStore.h"
 #include "model/ServerModel.h"
 #include "platform/Process.h"
+#include "platform/files/SettingsStore.h"
 #include "platform/network/EventLoop.h"
 
 #include <cstdlib>
@@ -31,7 +31,7 @@ class LoopQueue final : public model::MainQueue {
 std::shared_ptr<model::ServerModel> makeModel(platform::EventLoop& loop, const Options& options) {
     model::Services services;
     services.mainQueue = std::make_shared<LoopQueue>(loop);
-    services.defaults = std::make_shared<model::MemorySettingsStore>();
+    services.defaults = std::make_shared<platform::SettingsStore>();
     auto model = model::ServerModel::create(std::move(services));
     model->setServerType(options.type);
     model->setPort(options.port);

@@ -21,17 +21,17 @@ using nlohmann::json;
 // What JSON cannot hold (data, and names on disk that are not UTF-8) stands as a list of bytes.
 constexpr auto bytesMember = "bytes";
 
-json toJson(const SettingsFile::Value& value) {
+json toJson(const SettingsStore::Value& value) {
     if (const auto* const flag = std::get_if<bool>(&value)) return *flag;
     if (const auto* const number = std::get_if<std::int64_t>(&value)) return *number;
     if (const auto* const text = std::get_if<std::string>(&value)) {
         if (isValidUtf8(*text)) return *text;
-        return {{bytesMember, SettingsFile::Data(text->begin(), text->end())}};
+        return {{bytesMember, SettingsStore::Data(text->begin(), text->end())}};
     }
-    return {{bytesMember, std::get<SettingsFile::Data>(value)}};
+    return {{bytesMember, std::get<SettingsStore::Data>(value)}};
 }
 
-std::optional<SettingsFile::Value> fromJson(const json& stored) {
+std::optional<SettingsStore::Value> fromJson(const json& stored) {
     if (stored.is_boolean()) return stored.get<bool>();
     if (stored.is_number_unsigned() &&
         stored.get<std::uint64_t>() > static_cast<std::uint64_t>(INT64_MAX))
@@ -41,12 +41,27 @@ std::optional<SettingsFile::Value> fromJson(const json& stored) {
     if (!stored.is_object() || !stored.contains(bytesMember)) return std::nullopt;
     const json& bytes = stored[bytesMember];
     if (!bytes.is_array()) return std::nullopt;
-    SettingsFile::Data data;
+    SettingsStore::Data data;
     for (const json& byte : bytes) {
         if (!byte.is_number_unsigned() || byte.get<std::uint64_t>() > 255) return std::nullopt;
         data.push_back(byte.get<std::uint8_t>());
     }
     return data;
+}
+
+SettingsStore::Values load(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) return {};
+    const std::string content{std::istreambuf_iterator<char>(file), {}};
+    const json document = json::parse(content, nullptr, false);
+    if (!document.is_object()) {
+        std::rename(path.c_str(), (path + ".unreadable").c_str());
+        return {};
+    }
+    SettingsStore::Values values;
+    for (const auto& [key, stored] : document.items())
+        if (auto value = fromJson(stored)) values[key] = std::move(*value);
+    return values;
 }
 
 void makeFolders(const std::string& path) {
@@ -77,26 +92,11 @@ std::string SettingsFile::defaultPath() {
     return base + "/quorvel-server/settings.json";
 }
 
-SettingsFile::SettingsFile(std::string path) : path_(std::move(path)) {
-    load();
-}
-
-void SettingsFile::load() {
-    std::ifstream file(path_, std::ios::binary);
-    if (!file) return;
-    const std::string content{std::istreambuf_iterator<char>(file), {}};
-    const json document = json::parse(content, nullptr, false);
-    if (!document.is_object()) {
-        std::rename(path_.c_str(), (path_ + ".unreadable").c_str());
-        return;
-    }
-    for (const auto& [key, stored] : document.items())
-        if (auto value = fromJson(stored)) values_[key] = std::move(*value);
-}
+SettingsFile::SettingsFile(std::string path) : SettingsStore(load(path)), path_(std::move(path)) {}
 
 bool SettingsFile::save() const {
     json document = json::object();
-    for (const auto& [key, value] : values_)
+    for (const auto& [key, value] : values())
         document[key] = toJson(value);
     const std::string content = document.dump(2) + '\n';
 
@@ -113,42 +113,12 @@ bool SettingsFile::save() const {
     return true;
 }
 
-bool SettingsFile::set(const std::string& key, Value value) {
+void SettingsFile::set(const std::string& key, Value value) {
     // Typing stores a value with every key press; most other sets change nothing.
-    const auto known = values_.find(key);
-    if (saved_ && known != values_.end() && known->second == value) return true;
-    values_[key] = std::move(value);
+    const auto known = values().find(key);
+    if (saved_ && known != values().end() && known->second == value) return;
+    SettingsStore::set(key, std::move(value));
     saved_ = save();
-    return saved_;
-}
-
-template <class Type>
-std::optional<Type> SettingsFile::value(const std::string& key) const {
-    const auto found = values_.find(key);
-    if (found == values_.end()) return std::nullopt;
-    const auto* const stored = std::get_if<Type>(&found->second);
-    if (stored == nullptr) return std::nullopt;
-    return *stored;
-}
-
-std::optional<std::string> SettingsFile::string(const std::string& key) const {
-    if (auto text = value<std::string>(key)) return text;
-    // Text that is not UTF-8 comes back from the file as data.
-    const auto bytes = value<Data>(key);
-    if (!bytes) return std::nullopt;
-    return std::string(bytes->begin(), bytes->end());
-}
-
-std::optional<std::int64_t> SettingsFile::integer(const std::string& key) const {
-    return value<std::int64_t>(key);
-}
-
-std::optional<bool> SettingsFile::boolean(const std::string& key) const {
-    return value<bool>(key);
-}
-
-std::optional<SettingsFile::Data> SettingsFile::data(const std::string& key) const {
-    return value<Data>(key);
 }
 
 } // namespace quorvel::platform

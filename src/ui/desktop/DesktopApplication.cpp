@@ -1,6 +1,6 @@
 #include "ui/desktop/DesktopApplication.h"
 
-#include "model/FileSettingsStore.h"
+#include "platform/files/SettingsFile.h"
 #include "ui/desktop/QtPasteboard.h"
 
 #include <QApplication>
@@ -25,7 +25,7 @@ std::shared_ptr<model::ServerModel> makeModel(std::shared_ptr<model::MainQueue> 
                                               std::shared_ptr<model::FolderChooser> chooser) {
     model::Services services;
     services.mainQueue = std::move(mainQueue);
-    services.defaults = std::make_shared<model::FileSettingsStore>();
+    services.defaults = std::make_shared<platform::SettingsFile>();
     services.folderChooser = std::move(chooser);
     return model::ServerModel::create(std::move(services));
 }
