@@ -1,16 +1,14 @@
 #include "platform/files/SettingsFile.h"
 
-#include "platform/Descriptor.h"
 #include "platform/text/Text.h"
 
 #include <cstdio>
 #include <cstdlib>
-#include <fcntl.h>
+#include <filesystem>
 #include <fstream>
+#include <glib.h>
 #include <iterator>
 #include <nlohmann/json.hpp>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace quorvel::platform {
 
@@ -20,6 +18,9 @@ using nlohmann::json;
 
 // What JSON cannot hold (data, and names on disk that are not UTF-8) stands as a list of bytes.
 constexpr auto bytesMember = "bytes";
+
+constexpr auto wholeAndOnDisk = static_cast<GFileSetContentsFlags>(G_FILE_SET_CONTENTS_CONSISTENT |
+                                                                   G_FILE_SET_CONTENTS_DURABLE);
 
 json toJson(const SettingsStore::Value& value) {
     if (const auto* const flag = std::get_if<bool>(&value)) return *flag;
@@ -64,21 +65,6 @@ SettingsStore::Values load(const std::string& path) {
     return values;
 }
 
-void makeFolders(const std::string& path) {
-    for (auto at = path.find('/', 1); at != std::string::npos; at = path.find('/', at + 1))
-        mkdir(path.substr(0, at).c_str(), 0700);
-}
-
-bool writeAll(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t count = write(descriptor, text.data(), text.size());
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return false;
-        text.remove_prefix(static_cast<std::size_t>(count));
-    }
-    return true;
-}
-
 } // namespace
 
 std::string SettingsFile::defaultPath() {
@@ -100,17 +86,10 @@ bool SettingsFile::save() const {
         document[key] = toJson(value);
     const std::string content = document.dump(2) + '\n';
 
-    makeFolders(path_);
-    std::string temporary = path_ + ".XXXXXX";
-    // Made with mode 0600 (mkstemp(3)), so the password is never readable by others.
-    const Descriptor file(mkostemp(temporary.data(), O_CLOEXEC));
-    if (!file) return false;
-    const bool written = writeAll(file.number(), content) && fsync(file.number()) == 0;
-    if (!written || std::rename(temporary.c_str(), path_.c_str()) != 0) {
-        unlink(temporary.c_str());
-        return false;
-    }
-    return true;
+    g_mkdir_with_parents(std::filesystem::path(path_).parent_path().c_str(), 0700);
+    // The temporary file has this mode from the start, so others can never read the password.
+    return g_file_set_contents_full(path_.c_str(), content.c_str(), -1, wholeAndOnDisk, 0600,
+                                    nullptr) != FALSE;
 }
 
 void SettingsFile::set(const std::string& key, Value value) {
