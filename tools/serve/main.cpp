@@ -1,9 +1,11 @@
+#include "ConsoleMainQueue.h"
 #include "Options.h"
+#include "TerminationSignals.h"
 
 #include "model/ServerModel.h"
 #include "platform/Process.h"
 #include "platform/files/SettingsStore.h"
-#include "platform/network/EventLoop.h"
+#include "platform/network/WorkQueue.h"
 
 #include <cstdlib>
 #include <iostream>
@@ -15,22 +17,10 @@ namespace {
 constexpr int exitFailed = 1;
 constexpr int exitUsage = 2;
 
-class LoopQueue final : public model::MainQueue {
-  public:
-    explicit LoopQueue(platform::EventLoop& loop) : loop_(loop) {}
-
-    void post(platform::Task task) override { loop_.post(std::move(task)); }
-    void postAfter(std::chrono::milliseconds delay, platform::Task task) override {
-        loop_.postAfter(delay, std::move(task));
-    }
-
-  private:
-    platform::EventLoop& loop_;
-};
-
-std::shared_ptr<model::ServerModel> makeModel(platform::EventLoop& loop, const Options& options) {
+std::shared_ptr<model::ServerModel> makeModel(std::shared_ptr<model::MainQueue> mainQueue,
+                                              const Options& options) {
     model::Services services;
-    services.mainQueue = std::make_shared<LoopQueue>(loop);
+    services.mainQueue = std::move(mainQueue);
     services.defaults = std::make_shared<platform::SettingsStore>();
     auto model = model::ServerModel::create(std::move(services));
     model->setServerType(options.type);
@@ -42,9 +32,10 @@ std::shared_ptr<model::ServerModel> makeModel(platform::EventLoop& loop, const O
     return model;
 }
 
-/// Serves until a signal or a failure; the program's exit status.
-int serve(platform::EventLoop& loop, const Options& options) {
-    const auto model = makeModel(loop, options);
+/// Serves until a signal or a failure and returns the program's exit status.
+int serve(const Options& options) {
+    const auto queue = std::make_shared<ConsoleMainQueue>();
+    const auto model = makeModel(queue, options);
     int status = EXIT_SUCCESS;
     const auto subscription = model->onChange([&] {
         using Case = model::State::Case;
@@ -53,14 +44,14 @@ int serve(platform::EventLoop& loop, const Options& options) {
         if (model->state().kind != Case::failed) return;
         std::cout << model->statusText() << '\n' << std::flush;
         status = exitFailed;
-        loop.quit();
+        queue->quit();
     });
-    loop.onTerminationSignal([&] {
+    const TerminationSignals signals(*queue, [&] {
         model->stop();
-        loop.quit();
+        queue->quit();
     });
     model->start();
-    loop.run();
+    queue->run();
     return status;
 }
 
@@ -77,8 +68,7 @@ int main(int argumentCount, char** arguments) {
         std::cerr << serve::usage;
         return serve::exitUsage;
     }
-    platform::EventLoop loop;
-    const int status = serve::serve(loop, *options);
+    const int status = serve::serve(*options);
     if (platform::WorkQueue::waitUntilAllEnded(std::chrono::milliseconds(500))) return status;
     // A thread hangs in a disk that does not answer; what main() leaves behind is not its own.
     std::_Exit(status);
