@@ -2,7 +2,6 @@
 
 #include "model/ChangeNotifier.h"
 #include "model/CopyFormat.h"
-#include "model/FolderAccess.h"
 #include "model/FolderChooser.h"
 #include "model/MainQueue.h"
 #include "model/ServerFactory.h"
@@ -85,7 +84,7 @@ class ServerModel final : public std::enable_shared_from_this<ServerModel> {
     /// The line for the menu.
     std::string statusText() const;
     /// The folder in use by the current start, if it could be opened.
-    std::optional<std::string> accessedURL() const;
+    const std::optional<std::string>& accessedURL() const { return accessedURL_; }
 
     /// Does nothing while starting or running; what is wrong shows as the state `failed`.
     void start();
@@ -128,7 +127,7 @@ class ServerModel final : public std::enable_shared_from_this<ServerModel> {
     State state_;
     std::string primaryURL_;
     std::string infoText_;
-    std::optional<FolderAccess> access_;
+    std::optional<std::string> accessedURL_;
     ServerPtr server_;
 };
 

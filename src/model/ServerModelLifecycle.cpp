@@ -18,12 +18,9 @@ void ServerModel::start() {
     const auto folder = resolveFolderURL();
     if (!folder) return refuse("Choose a folder to share first.");
     if (!platform::isDirectory(*folder)) return refuse("The chosen folder no longer exists.");
-    // Where it cannot be opened the start goes on: the clients are told of each failure.
-    access_ = FolderAccess::begin(*folder);
-    if (port_ < 1 || port_ > 65535) {
-        access_.reset();
-        return refuse("Enter a port between 1 and 65535.");
-    }
+    if (port_ < 1 || port_ > 65535) return refuse("Enter a port between 1 and 65535.");
+    // Without access the start goes on: clients are told of each failure.
+    if (platform::SharedFolder(*folder).find("")) accessedURL_ = folder;
     launch(*folder, static_cast<std::uint16_t>(port_));
 }
 
@@ -103,15 +100,11 @@ void ServerModel::fail(const std::string& message) {
 void ServerModel::tearDown() {
     if (server_) server_->stop();
     server_.reset();
-    access_.reset();
+    accessedURL_.reset();
 }
 
 std::string ServerModel::statusText() const {
     return model::statusText(state_, primaryURL_);
-}
-
-std::optional<std::string> ServerModel::accessedURL() const {
-    return access_ ? std::optional(access_->folder()) : std::nullopt;
 }
 
 Share ServerModel::share() const {
