@@ -81,14 +81,15 @@ TEST_F(SettingsFileTest, WritesOnlyAChangeOrWhatCouldNotBeWrittenBefore) {
     EXPECT_FALSE(fs::exists(path_));
 }
 
-TEST(SettingsFile, StandsInTheUsersConfigurationFolder) {
-    using Pair = std::pair<const char*, const char*>;
-    setenv("HOME", "/home/me", 1);
+TEST_F(SettingsFileTest, StandsInTheUsersConfigurationFolder) {
+    using Pair = std::pair<std::string, std::string>;
+    setenv("HOME", folder_.path("me").c_str(), 1);
     for (const auto& [variable, folder] :
-         {Pair{"/else", "/else"}, Pair{"", "/home/me/.config"}, Pair{"a/b", "/home/me/.config"}}) {
-        setenv("XDG_CONFIG_HOME", variable, 1);
-        EXPECT_EQ(SettingsFile::defaultPath(),
-                  std::string(folder) + "/quorvel-server/settings.json");
+         {Pair{folder_.path("else"), "else"}, Pair{"", "me/.config"}, Pair{"a/b", "me/.config"}}) {
+        setenv("XDG_CONFIG_HOME", variable.c_str(), 1);
+        SettingsFile().set("a", variable);
+        const SettingsFile file(folder_.path(folder + "/quorvel-server/settings.json"));
+        EXPECT_EQ(file.string("a"), variable);
     }
 }
 

@@ -8,16 +8,15 @@ namespace quorvel::platform {
 /// (temporary file, fsync, rename), so a kill at any moment loses nothing that was set.
 class SettingsFile final : public SettingsStore {
   public:
-    /// $XDG_CONFIG_HOME/quorvel-server/settings.json, with ~/.config where that is not set.
-    static std::string defaultPath();
-
-    /// Reads the file. Content that cannot be understood counts as empty and is kept beside it
-    /// with ".unreadable" at the end of its name.
+    /// Reads the file, by default $XDG_CONFIG_HOME/quorvel-server/settings.json, or the same in
+    /// ~/.config if that is not set. A file that cannot be parsed counts as empty and is renamed
+    /// to end in ".unreadable".
     explicit SettingsFile(std::string path = defaultPath());
 
     void set(const std::string& key, Value value) override;
 
   private:
+    static std::string defaultPath();
     bool save() const;
 
     std::string path_;

@@ -10,6 +10,17 @@ namespace quorvel::platform {
 
 namespace {
 
+/// The ICU locale that the environment asks for; "" is the root locale.
+std::string collationLocale() {
+    for (const char* const variable : {"LC_ALL", "LC_COLLATE", "LANG"}) {
+        const char* const value = std::getenv(variable);
+        if (value == nullptr || *value == '\0') continue;
+        const std::string locale = std::string(value).substr(0, std::string_view(value).find('.'));
+        return locale == "C" || locale == "POSIX" ? "" : locale;
+    }
+    return "";
+}
+
 std::unique_ptr<icu::Collator> makeCollator() {
     UErrorCode status = U_ZERO_ERROR;
     // By name, never ICU's default: that turns C and C.UTF-8 into a locale in which case counts.
@@ -24,16 +35,6 @@ std::unique_ptr<icu::Collator> makeCollator() {
 }
 
 } // namespace
-
-std::string collationLocale() {
-    for (const char* const variable : {"LC_ALL", "LC_COLLATE", "LANG"}) {
-        const char* const value = std::getenv(variable);
-        if (value == nullptr || *value == '\0') continue;
-        const std::string locale = std::string(value).substr(0, std::string_view(value).find('.'));
-        return locale == "C" || locale == "POSIX" ? "" : locale;
-    }
-    return "";
-}
 
 void appendCollationKey(std::string& keys, std::string_view name) {
     // A collator must not be shared by threads that use it, and takes long to make.

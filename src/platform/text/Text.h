@@ -28,8 +28,4 @@ std::string base64(std::string_view bytes);
 /// count, runs of digits compare by value. Any thread.
 void appendCollationKey(std::string& keys, std::string_view name);
 
-/// The ICU locale that the environment asks for: LC_ALL, LC_COLLATE, LANG, the first that is not
-/// empty; "" (the root locale) for C and POSIX.
-std::string collationLocale();
-
 } // namespace quorvel::platform
