@@ -6,11 +6,11 @@
 
 namespace quorvel::model {
 
-/// An observer is called for as long as its subscription is kept.
+/// An observer is called as long as its subscription exists.
 using Subscription = std::shared_ptr<const void>;
 
-/// Tells any number of observers that something has changed. One thread. Observers may
-/// subscribe, unsubscribe and cause further changes while they are told.
+/// Notifies any number of observers of a change. Not thread-safe. Observers may subscribe,
+/// unsubscribe and cause further changes while being notified.
 class ChangeNotifier {
   public:
     using Observer = std::function<void()>;

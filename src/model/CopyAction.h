@@ -9,8 +9,8 @@
 
 namespace quorvel::model {
 
-/// Copies the share text of the model's copy format and confirms it for a moment. One for each
-/// window that offers it; main thread.
+/// Copies the share text in the model's copy format and shows a confirmation for a moment. Each
+/// window that offers it has its own. Main thread.
 class CopyAction final : public std::enable_shared_from_this<CopyAction> {
   public:
     static constexpr std::chrono::milliseconds confirmationTime{1200};
@@ -19,15 +19,15 @@ class CopyAction final : public std::enable_shared_from_this<CopyAction> {
                                               std::shared_ptr<Pasteboard> pasteboard,
                                               std::shared_ptr<MainQueue> mainQueue);
 
-    /// Does nothing while no server runs. Every copy ends the confirmation after its own 1.2 s,
-    /// also that of a later copy.
+    /// Does nothing while no server runs. Each copy ends the confirmation after 1.2 s, even that
+    /// of a later copy.
     void copyCurrentLink();
-    /// What choosing a format does: stores it, then copies in it.
+    /// Stores the format, then copies in it.
     void chooseFormat(CopyFormat format);
 
-    /// Whether the confirmation is to be shown.
+    /// Whether to show the confirmation.
     bool didCopy() const { return didCopy_; }
-    /// Called after every assignment to `didCopy`.
+    /// Called whenever `didCopy` is set, even to the same value.
     std::function<void()> onChange;
 
   private:

@@ -9,7 +9,7 @@ namespace quorvel::model {
 /// Which share text the copy action produces.
 enum class CopyFormat { networkLine, networkJSON, localLine, localJSON };
 
-/// In the order in which pickers show them.
+/// In the order pickers show them.
 inline constexpr std::array allCopyFormats{CopyFormat::networkLine, CopyFormat::networkJSON,
                                            CopyFormat::localLine, CopyFormat::localJSON};
 

@@ -7,12 +7,12 @@
 
 namespace quorvel::model {
 
-/// A token that finds the folder again: for its readers opaque, inside a mark of the version and
-/// the path. None for what is not an absolute path.
+/// An opaque token that finds the folder again: a version mark and the path. None if the path is
+/// not absolute.
 std::optional<platform::SettingsStore::Data> makeBookmark(const std::string& path);
 
-/// The path in the token, whether or not a folder is still there; none when the token cannot be
-/// read. A path never goes out of date, so that no token needs renewing.
+/// The path in the token, whether or not the folder still exists; none if the token is invalid.
+/// A path does not go stale, so tokens are never renewed.
 std::optional<std::string> resolveBookmark(const platform::SettingsStore::Data& bookmark);
 
 } // namespace quorvel::model

@@ -5,18 +5,18 @@
 
 namespace quorvel::model {
 
-/// What the folder panel says.
+/// The texts of the folder panel.
 struct FolderPanelTexts {
-    std::string prompt; ///< The title of the button that confirms.
+    std::string prompt; ///< The title of the confirm button.
     std::string message;
 };
 
-/// A modal panel in which the user picks one directory. Supplied by the desktop; main thread.
+/// A modal panel in which the user picks one directory. Implemented by the desktop. Main thread.
 class FolderChooser {
   public:
     virtual ~FolderChooser() = default;
 
-    /// The absolute path of the chosen directory (the disk's bytes); none when cancelled.
+    /// The absolute path of the chosen directory, as bytes on disk; none if cancelled.
     virtual std::optional<std::string> chooseFolder(const FolderPanelTexts& texts) = 0;
 };
 

@@ -6,15 +6,16 @@
 
 namespace quorvel::model {
 
-/// The main thread, on which the model and the views live. Supplied by the desktop.
+/// The queue of the main thread, to which the model and the views belong.
 class MainQueue {
   public:
     virtual ~MainQueue() = default;
 
-    /// Any thread. Tasks run on the main thread in the order of posting, never inside the call.
+    /// Thread-safe. Tasks run on the main thread in the order they were posted, never inside the
+    /// call.
     virtual void post(platform::Task task) = 0;
 
-    /// Main thread. The task runs there once the time has passed.
+    /// Main thread only. The task runs there after the delay.
     virtual void postAfter(std::chrono::milliseconds delay, platform::Task task) = 0;
 };
 

@@ -4,12 +4,12 @@
 
 namespace quorvel::model {
 
-/// The system's clipboard. Supplied by the desktop; main thread.
+/// The system's clipboard. Implemented by the desktop. Main thread.
 class Pasteboard {
   public:
     virtual ~Pasteboard() = default;
 
-    /// Clears the contents, then holds this plain text (UTF-8) and nothing else.
+    /// Replaces the contents with this plain text (UTF-8).
     virtual void setText(const std::string& text) = 0;
 };
 

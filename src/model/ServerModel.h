@@ -19,38 +19,38 @@
 
 namespace quorvel::model {
 
-/// What a model needs from around it. The main queue is called from the servers' threads and
-/// may be released on one of them; everything else is used on the main thread only.
+/// What a model depends on. The main queue is called from the servers' threads and may be
+/// released on one of them; everything else is used on the main thread only.
 struct Services {
     std::shared_ptr<MainQueue> mainQueue;
     std::shared_ptr<platform::SettingsStore> defaults;
-    /// Null where nobody chooses a folder.
+    /// May be null; `chooseFolder` then does nothing.
     std::shared_ptr<FolderChooser> folderChooser;
     ServerFactory makeServer = makeFolderServer;
     std::function<std::optional<std::string>()> localIPv4Address = server::localIPv4Address;
 };
 
-/// The one object behind every user interface: the settings, each stored the moment it is set,
-/// and the server, started and stopped with them. A setting never touches a running server.
-/// Main thread only.
+/// The model behind every user interface: the settings, each stored as soon as it is set, and the
+/// server that is started with them. Changing a setting does not affect a running server. Main
+/// thread only.
 class ServerModel final : public std::enable_shared_from_this<ServerModel> {
   public:
     using ServerType = model::ServerType;
     using CopyFormat = model::CopyFormat;
     using State = model::State;
 
-    /// Reads the settings and stores nothing; no server runs.
+    /// Reads the settings. Stores nothing and starts no server.
     static std::shared_ptr<ServerModel> create(Services services);
 
-    /// The observer is called after every change of what the getters give, never in the middle
-    /// of one, until the subscription is released.
+    /// Calls the observer after every change of what the getters return, never halfway through
+    /// one, until the subscription is released.
     [[nodiscard]] Subscription onChange(ChangeNotifier::Observer observer);
 
     ServerType serverType() const { return serverType_; }
-    /// Also sets the port that the protocol is known for.
+    /// Also sets the protocol's default port.
     void setServerType(ServerType type);
 
-    /// Any number: only `start` looks whether it is a port.
+    /// Any number; only `start` checks that it is a valid port.
     std::int64_t port() const { return port_; }
     void setPort(std::int64_t port);
 
@@ -66,14 +66,14 @@ class ServerModel final : public std::enable_shared_from_this<ServerModel> {
     CopyFormat copyFormat() const { return copyFormat_; }
     void setCopyFormat(CopyFormat format);
 
-    /// The folder's path, "" when none was chosen. Only `chooseFolder` stores it.
+    /// The folder's path, "" if none was chosen. Only `chooseFolder` stores it.
     const std::string& folderPath() const { return folderPath_; }
     void setFolderPath(std::string path);
 
     /// Lets the user choose the folder. Returns when the panel is closed.
     void chooseFolder();
-    /// The absolute path of the folder to serve: the stored bookmark decides where there is one,
-    /// else `folderPath`; none when there is neither or the bookmark cannot be read.
+    /// The absolute path of the folder to serve: from the stored bookmark if there is one, else
+    /// from `folderPath`. None if there is neither or the bookmark is invalid.
     std::optional<std::string> resolveFolderURL() const;
 
     const State& state() const { return state_; }
@@ -83,17 +83,17 @@ class ServerModel final : public std::enable_shared_from_this<ServerModel> {
     const std::string& infoText() const { return infoText_; }
     /// The line for the menu.
     std::string statusText() const;
-    /// The folder in use by the current start, if it could be opened.
+    /// The folder of the current start, if it could be opened.
     const std::optional<std::string>& accessedURL() const { return accessedURL_; }
 
-    /// Does nothing while starting or running; what is wrong shows as the state `failed`.
+    /// Does nothing while starting or running. Errors show as the state `failed`.
     void start();
     void stop();
     void toggle();
 
-    /// Whether clients must log in: asked for, and with a user name.
+    /// Whether clients must log in: `useAuth` is set and the user name is not empty.
     bool withLogin() const { return useAuth_ && !username_.empty(); }
-    /// The share text in this format, with the LAN address of this moment.
+    /// The share text in this format, with the current LAN address.
     std::string copyText(CopyFormat format) const;
 
   private:

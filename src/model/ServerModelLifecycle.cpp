@@ -19,7 +19,7 @@ void ServerModel::start() {
     if (!folder) return refuse("Choose a folder to share first.");
     if (!platform::isDirectory(*folder)) return refuse("The chosen folder no longer exists.");
     if (port_ < 1 || port_ > 65535) return refuse("Enter a port between 1 and 65535.");
-    // Without access the start goes on: clients are told of each failure.
+    // If this fails, the start goes on: clients are told of each failure.
     if (platform::SharedFolder(*folder).find("")) accessedURL_ = folder;
     launch(*folder, static_cast<std::uint16_t>(port_));
 }
@@ -39,7 +39,7 @@ void ServerModel::launch(const std::string& root, std::uint16_t port) {
 }
 
 void ServerModel::listenTo(const ServerPtr& server) {
-    // The model is looked up on the main thread, so that its last reference never ends elsewhere.
+    // The weak reference is locked on the main thread only, so the model never ends on another.
     const auto queue = services_.mainQueue;
     const auto self = weak_from_this();
     const std::weak_ptr<server::FolderServer> reporter = server;
@@ -55,8 +55,8 @@ void ServerModel::listenTo(const ServerPtr& server) {
     };
 }
 
-// A report still under way when its server was stopped and another one started tells nothing
-// about that other one.
+// A report may arrive after its server was stopped and another one started. It must not affect
+// that one.
 bool ServerModel::wasReplaced(const std::weak_ptr<server::FolderServer>& server) const {
     return server_ && server_ != server.lock();
 }
@@ -82,7 +82,7 @@ void ServerModel::stop() {
     changes_.notify();
 }
 
-/// A start that a check forbids; no server was made.
+/// Ends a start that failed a check, before a server was made.
 void ServerModel::refuse(const std::string& message) {
     state_ = State::failed(message);
     infoText_ = message;

@@ -90,7 +90,7 @@ void ServerModel::setFolderPath(std::string path) {
 
 void ServerModel::chooseFolder() {
     if (!services_.folderChooser) return;
-    // The panel runs events: whoever called may be gone when it closes.
+    // The panel runs an event loop: the caller may have released the model when it closes.
     const auto self = shared_from_this();
     const auto path =
         services_.folderChooser->chooseFolder({"Choose", "Choose a folder to share."});

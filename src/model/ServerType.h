@@ -10,7 +10,7 @@ namespace quorvel::model {
 /// The protocol to serve.
 enum class ServerType { http, ftp };
 
-/// In the order in which pickers show them.
+/// In the order pickers show them.
 inline constexpr std::array allServerTypes{ServerType::http, ServerType::ftp};
 
 /// "HTTP" or "FTP": the text shown to the user and the value stored in the settings.
@@ -19,10 +19,10 @@ std::string_view rawValue(ServerType type);
 /// The type with exactly this raw value.
 std::optional<ServerType> serverTypeFrom(std::string_view rawValue);
 
-/// The scheme of an address: "http" or "ftp".
+/// The URL scheme: "http" or "ftp".
 std::string_view scheme(ServerType type);
 
-/// The port that the protocol is known for: 80 or 21.
+/// The protocol's default port: 80 or 21.
 std::int64_t defaultPort(ServerType type);
 
 } // namespace quorvel::model

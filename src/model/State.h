@@ -5,12 +5,12 @@
 
 namespace quorvel::model {
 
-/// Where the server stands. Equal when the cases are and, for `failed`, the messages.
+/// The state of the server. States are equal if their cases and messages are.
 struct State {
     enum class Case {
         failed,   ///< The last start or the running server failed; `message` says why.
         stopped,  ///< No server.
-        starting, ///< A server has been told to start and does not listen yet.
+        starting, ///< A server was told to start and does not listen yet.
         running,  ///< The server listens.
     };
 

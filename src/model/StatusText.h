@@ -9,11 +9,11 @@
 
 namespace quorvel::model {
 
-/// The one line about the server that the menu shows.
+/// The line about the server in the menu.
 std::string statusText(const State& state, std::string_view primaryURL);
 
-/// The lines that the settings window shows of a running server, joined by line feeds. The LAN
-/// address is none on a machine without one.
+/// The lines about a running server in the settings window, separated by line feeds. The LAN
+/// address is none if the machine has none.
 std::string runningInfoText(const Share& share, const std::optional<std::string>& lanAddress,
                             std::string_view folderPath);
 

@@ -71,7 +71,7 @@ TEST_F(CopyActionTest, ConfirmsUntilTheFirstCopysTimeIsUp) {
     EXPECT_TRUE(pasteboard_->texts.empty()) << "Nothing is copied before the server runs.";
     becomeReady();
     action_->copyCurrentLink();
-    // The first copy's time is up at 1.2 s, the second one's at 2.2 s, in spite of the copy before.
+    // The first copy's timer fires at 1.2 s, the second one's at 2.2 s, after yet another copy.
     for (const auto wait : {1000ms, 800ms}) {
         queue_->advance(wait);
         action_->copyCurrentLink();

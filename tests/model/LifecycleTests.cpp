@@ -78,7 +78,7 @@ TEST_F(LifecycleTest, StartsShowsAndStopsAServer) {
         lanAddress_ = lanAddress;
         model_->start();
         expect(starting, "Starting…", "");
-        // What observers see is never half of a change.
+        // Observers never see half of a change.
         const auto subscription = model_->onChange([&] {
             EXPECT_EQ(model_->state().isActive(), !model_->infoText().empty());
             EXPECT_EQ(model_->state().isActive(), !model_->primaryURL().empty());
@@ -150,7 +150,7 @@ TEST_F(LifecycleTest, TakesLateReportsForWhatTheyAre) {
     queue_->advance();
     expectFailed("late");
 
-    // Nothing that the old server says is about the new one.
+    // Reports of the old server do not affect the new one.
     model_->start();
     old->onReady();
     queue_->advance();

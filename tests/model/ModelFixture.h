@@ -12,8 +12,8 @@
 
 namespace quorvel::model {
 
-/// A main queue whose time passes only in `advance`. Tasks may be posted by any thread and run
-/// on the one that calls `advance`.
+/// A main queue whose clock moves only in `advance`. Thread-safe; tasks run on the thread that
+/// calls `advance`.
 class VirtualMainQueue final : public MainQueue {
   public:
     void post(platform::Task task) override { postAfter({}, std::move(task)); }
@@ -21,7 +21,7 @@ class VirtualMainQueue final : public MainQueue {
         const std::lock_guard lock(mutex_);
         tasks_.emplace(now_ + delay, std::move(task));
     }
-    /// Runs what is due until then, in the order of time and posting.
+    /// Runs what falls due in this time, by due time, then in the order of posting.
     void advance(std::chrono::milliseconds time = {}) {
         std::unique_lock lock(mutex_);
         const auto end = now_ + time;
@@ -41,7 +41,7 @@ class VirtualMainQueue final : public MainQueue {
     std::multimap<std::chrono::milliseconds, platform::Task> tasks_;
 };
 
-/// Starts as it is told to, and reports when the test calls `onReady` and `onError`.
+/// Starts with the given outcome and reports when the test calls `onReady` or `onError`.
 struct FakeServer final : server::FolderServer {
     platform::Result<> start() override {
         ++startCount;
@@ -64,7 +64,7 @@ struct FakePasteboard final : Pasteboard {
     std::vector<std::string> texts;
 };
 
-/// Answers every panel with `choice` and keeps what the last panel said.
+/// Answers every panel with `choice` and records the texts of the last one.
 struct FakeFolderChooser final : FolderChooser {
     std::optional<std::string> chooseFolder(const FolderPanelTexts& texts) override {
         shown = texts.prompt + "|" + texts.message;
@@ -75,7 +75,7 @@ struct FakeFolderChooser final : FolderChooser {
     std::string shown;
 };
 
-/// A model among fakes. The LAN address and what the servers do are set by the test.
+/// A model with fakes around it. Tests set the LAN address and what servers do.
 class ModelFixture : public testing::Test {
   protected:
     std::shared_ptr<ServerModel> makeModel(platform::SettingsStore::Values stored = {}) {
@@ -92,7 +92,7 @@ class ModelFixture : public testing::Test {
         return ServerModel::create(
             {queue_, store_, chooser_, makeServer, [this] { return lanAddress_; }});
     }
-    /// A model with all that a start needs.
+    /// A model that is ready to start.
     std::shared_ptr<ServerModel> makeStartable() {
         auto model = makeModel();
         model->setPort(8080);
@@ -100,7 +100,7 @@ class ModelFixture : public testing::Test {
         return model;
     }
 
-    /// The server made last; none when nobody holds it any more.
+    /// The last server made; null once it was released.
     std::shared_ptr<FakeServer> server() const { return last_.lock(); }
     void becomeReady() const {
         server()->onReady();
@@ -113,7 +113,7 @@ class ModelFixture : public testing::Test {
 
     const test::TemporaryFolder folder_;
     std::optional<std::string> lanAddress_ = "192.168.1.20";
-    /// What every server's start gives; with `exhausted_` none can be made.
+    /// What every server's start returns. If `exhausted_` is set, making a server throws it.
     platform::Result<> outcome_;
     std::error_code exhausted_;
     std::weak_ptr<FakeServer> last_;

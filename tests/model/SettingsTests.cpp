@@ -93,7 +93,7 @@ TEST_F(SettingsTest, ChoosingAFolderStoresItAndCancellingChangesNothing) {
     EXPECT_EQ(store_->string("server.folderPath"), chooser_->choice);
     EXPECT_EQ(makeModel(store_->values())->resolveFolderURL(), chooser_->choice);
 
-    // No bookmark can be made of this; the one before stays.
+    // No bookmark can be made from this path, so the previous one stays.
     chooser_->choice = "relative";
     model->chooseFolder();
     EXPECT_EQ(model->folderPath(), "relative");

@@ -81,7 +81,7 @@ TEST_F(SettingsFileTest, WritesOnlyAChangeOrWhatCouldNotBeWrittenBefore) {
     EXPECT_FALSE(fs::exists(path_));
 }
 
-TEST_F(SettingsFileTest, StandsInTheUsersConfigurationFolder) {
+TEST_F(SettingsFileTest, IsInTheUsersConfigurationFolder) {
     using Pair = std::pair<std::string, std::string>;
     setenv("HOME", folder_.path("me").c_str(), 1);
     for (const auto& [variable, folder] :

@@ -14,8 +14,8 @@ using Names = std::vector<std::string>;
 
 const std::string longName(255, 'n');
 
-/// A folder "share" with everything in it that a folder can hold, and a neighbour "share2" that
-/// nobody may read.
+/// A folder "share" with every kind of item in it, and beside it "share2", which must stay out of
+/// reach.
 class SharedFolderTest : public testing::Test {
   protected:
     SharedFolderTest() {
@@ -39,7 +39,7 @@ class SharedFolderTest : public testing::Test {
         EXPECT_EQ(mkfifo((root_ + "/fifo").c_str(), 0600), 0);
     }
 
-    /// The content of a file, or in brackets what else the path is.
+    /// The content of the file, or in brackets what else is at the path.
     static std::string look(const SharedFolder& folder, std::string_view path) {
         const auto found = look(folder, path, Purpose::attributes);
         EXPECT_EQ(look(folder, path, Purpose::reading), found);
@@ -101,7 +101,7 @@ TEST_F(SharedFolderTest, FollowsTheRootByItsName) {
     std::string content(5, '-');
     const auto file = SharedFolder::open(std::move(*held));
     EXPECT_EQ((*file)->read(8, content), 4U);
-    EXPECT_EQ(content, "of a-") << "what was found stays what it was";
+    EXPECT_EQ(content, "of a-") << "an item that was found stays the same";
     EXPECT_EQ((*file)->read(1LL << 40, content), 0U);
 }
 
@@ -110,7 +110,8 @@ TEST_F(SharedFolderTest, NeverOpensWhatIsNotAFile) {
     ASSERT_GE(inotify_add_watch(watch.number(), root_.c_str(), IN_OPEN), 0);
     EXPECT_EQ(look(folder_, "fifo"), "(special)");
     std::array<char, 4096> events;
-    EXPECT_EQ(read(watch.number(), events.data(), events.size()), -1) << "someone would wake";
+    EXPECT_EQ(read(watch.number(), events.data(), events.size()), -1)
+        << "opening a FIFO wakes its writer";
     EXPECT_EQ(look(folder_, "a.txt"), "content of a");
     EXPECT_GT(read(watch.number(), events.data(), events.size()), 0);
 }

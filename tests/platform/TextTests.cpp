@@ -8,13 +8,13 @@ namespace quorvel::platform {
 
 using Pair = std::pair<std::string_view, std::string_view>;
 
-TEST(Text, IsTrimmedCasedEncodedAndMended) {
+TEST(Text, IsTrimmedCasedEncodedAndRepaired) {
     struct Group {
         std::string (*function)(std::string_view);
         std::vector<Pair> pairs;
     };
-    // Trimming takes tabs and space separators only; case is mapped in full, without a language;
-    // Base64 is as RFC 4648 shows it.
+    // Trimming removes only tabs and space separators; case mapping is full and ignores the locale;
+    // Base64 is that of RFC 4648.
     for (const auto& [function, pairs] : std::initializer_list<Group>{
              {[](std::string_view text) { return std::string(trimmed(text)); },
               {Pair{"", ""}, Pair{" \t\u00A0 ", ""}, Pair{"  a b\t ", "a b"}, Pair{" \xA0", "\xA0"},

@@ -8,8 +8,8 @@
 
 namespace quorvel::serve {
 
-/// The main queue of a program without an interface. Tasks still waiting when it is destroyed are
-/// dropped.
+/// The main queue of a program without a user interface. Tasks still waiting when it is destroyed
+/// are dropped.
 class ConsoleMainQueue final : public model::MainQueue {
   public:
     void post(platform::Task task) override;

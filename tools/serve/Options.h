@@ -9,7 +9,7 @@
 
 namespace quorvel::serve {
 
-/// What the command line asks for. The login is both texts or neither.
+/// The parsed command line. `user` and `pass` are either both set or both none.
 struct Options {
     model::ServerType type = model::ServerType::http;
     std::string folder;
@@ -21,8 +21,8 @@ struct Options {
 inline constexpr auto usage =
     "usage: quorvel-serve --type http|ftp --folder DIR --port N [--user U --pass P]\n";
 
-/// The options from the arguments after the program's name; none when one is unknown, missing,
-/// or without a value that can be read. The folder comes back as an absolute path.
+/// Parses the arguments after the program's name; none if one is unknown, missing or invalid. The
+/// folder is made absolute.
 std::optional<Options> parseOptions(std::span<char* const> arguments);
 
 } // namespace quorvel::serve

@@ -31,7 +31,7 @@ TerminationSignals::TerminationSignals(model::MainQueue& queue, platform::Task a
 }
 
 TerminationSignals::~TerminationSignals() {
-    // Without a signal so far, this ends the wait; the queue no longer runs what that posts.
+    // Wakes the thread if no signal has. The queue has quit, so what it then posts is not run.
     pthread_kill(waiting_.native_handle(), SIGTERM);
     waiting_.join();
 }

@@ -6,11 +6,11 @@
 
 namespace quorvel::serve {
 
-/// SIGTERM and SIGINT, for as long as this object lives. To be made before any other thread,
-/// because threads inherit what is blocked. Main thread.
+/// Handles SIGTERM and SIGINT. Must be created before any other thread, because threads inherit
+/// the signal mask, and destroyed after the queue has quit. Main thread.
 class TerminationSignals final {
   public:
-    /// Posts the action to the queue on the first signal; after that they end the process.
+    /// The first signal posts the action to the queue; a second one ends the process.
     TerminationSignals(model::MainQueue& queue, platform::Task action);
     ~TerminationSignals();
     TerminationSignals(const TerminationSignals&) = delete;

@@ -70,6 +70,6 @@ int main(int argumentCount, char** arguments) {
     }
     const int status = serve::serve(*options);
     if (platform::WorkQueue::waitUntilAllEnded(std::chrono::milliseconds(500))) return status;
-    // A thread hangs in a disk that does not answer; what main() leaves behind is not its own.
+    // A thread is stuck on a disk that does not respond. It must not see main() tear down statics.
     std::_Exit(status);
 }

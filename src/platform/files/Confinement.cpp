@@ -16,7 +16,7 @@ namespace quorvel::platform {
 
 namespace {
 
-// Debian's header knows Landlock as of Linux 5.19, so what came later stands here
+// Debian's header knows Landlock as of Linux 5.19, so later additions are declared here
 // (landlock(7), include/uapi/linux/landlock.h).
 constexpr std::uint64_t readFile = 1U << 2;
 constexpr std::uint64_t readDirectory = 1U << 3;
@@ -55,7 +55,7 @@ int landlockVersion() {
     return version < 0 ? 0 : static_cast<int>(version);
 }
 
-/// Every right to files that this version of Landlock can take away.
+/// Every file right that this version of Landlock can restrict.
 std::uint64_t knownFileRights(int version) {
     constexpr int first = 13;                         // execute to make-symlink
     if (version >= 5) return (1U << (first + 3)) - 1; // and ioctl on devices
@@ -64,7 +64,7 @@ std::uint64_t knownFileRights(int version) {
     return (1U << first) - 1;
 }
 
-/// How much of the attributes this version knows; it refuses what it does not.
+/// The size of the attributes that this version knows; it rejects more than that.
 std::size_t knownAttributes(int version) {
     if (version >= scopeVersion) return sizeof(RulesetAttributes);
     if (version >= networkVersion) return offsetof(RulesetAttributes, scope);
@@ -84,14 +84,14 @@ Descriptor makeRuleset(int version) {
     return ruleset;
 }
 
-// Without the rule nothing at all can be read, so that a failure here opens no door.
+// Without this rule nothing can be read at all, so a failure here is safe.
 void allowReading(const Descriptor& ruleset, const std::string& folder) {
     const Descriptor root(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     const PathBeneath reading{readFile | readDirectory, root.number()};
     if (root) syscall(SYS_landlock_add_rule, ruleset.number(), rulePathBeneath, &reading, 0);
 }
 
-// Port 0 is a port of the system's choice: what a passive data connection listens on.
+// Port 0 is a port chosen by the kernel, as passive data connections use.
 void allowDataListeners(const Descriptor& ruleset) {
     const NetworkPort anyPort{bindTcp, 0};
     syscall(SYS_landlock_add_rule, ruleset.number(), ruleNetworkPort, &anyPort, 0);
@@ -116,7 +116,7 @@ ThreadSetup confinementTo(const std::string& folder) {
     allowReading(*ruleset, folder);
     if (version >= networkVersion) allowDataListeners(*ruleset);
     return [ruleset] {
-        // Landlock asks for it; both hold for the calling thread alone.
+        // Landlock requires it. Both apply to the calling thread only.
         if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return;
         syscall(SYS_landlock_restrict_self, ruleset->number(), 0);
     };

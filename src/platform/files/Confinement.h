@@ -10,23 +10,22 @@ namespace quorvel::platform {
 enum class ConfinementLevel {
     none,                   ///< No Landlock, or it is off.
     files,                  ///< Reading below the folder only (Linux 5.13).
-    filesAndNetwork,        ///< Besides: no TCP connect, no bind but to port 0 (Linux 6.7).
-    filesNetworkAndSignals, ///< Besides: no signals and abstract sockets of others (Linux 6.12).
+    filesAndNetwork,        ///< Also no TCP connect, and bind to port 0 only (Linux 6.7).
+    filesNetworkAndSignals, ///< Also no signals to, nor abstract sockets of, others (Linux 6.12).
 };
 
 ConfinementLevel supportedConfinement();
 
-/// A setup that takes every right from its thread that serving the folder does not need: what is
-/// below the folder can be opened for reading, nothing can be opened elsewhere, and nothing can
-/// be written, created or executed anywhere. A second wall behind `SharedFolder`, for the case
-/// that its code has a fault. What the kernel does not know stays allowed, and size and date of
-/// a file elsewhere always do (stat(2) is beyond Landlock). The folder is the one at the path
-/// now: one made anew there later stays out of reach. Throws std::system_error when the process
-/// is out of descriptors.
+/// A setup that drops every right its thread does not need to serve the folder: what is below the
+/// folder can be opened for reading, nothing can be opened elsewhere, and nothing can be written,
+/// created or executed anywhere. A second line of defence in case `SharedFolder` has a bug. What
+/// the running kernel cannot restrict stays allowed, and so does stat(2) everywhere, which
+/// Landlock does not cover. The folder is the one at the path now: one that replaces it later
+/// stays out of reach. Throws std::system_error if the process is out of descriptors.
 ThreadSetup confinementTo(const std::string& folder);
 
-/// With false `confinementTo` returns an empty setup from now on: a sanitizer's report from a
-/// confined thread has no symbols. For tests; the main thread.
+/// If disabled, `confinementTo` returns an empty setup from now on. For tests, because a
+/// sanitizer's report from a confined thread has no symbols. Main thread.
 void setConfinementEnabled(bool isEnabled);
 
 } // namespace quorvel::platform

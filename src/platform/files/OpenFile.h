@@ -9,14 +9,14 @@
 
 namespace quorvel::platform {
 
-/// A regular file open for reading, closed with its last owner. Reads go by offset, so there is
-/// no position to share or to fail.
+/// A regular file open for reading; its last owner closes it. Reads take an offset, so there is no
+/// shared position.
 class OpenFile {
   public:
     explicit OpenFile(Descriptor descriptor) : descriptor_(std::move(descriptor)) {}
 
-    /// Reads at most the span's size from the offset (pread(2)); fewer bytes only at the end of
-    /// the file, 0 there. May wait for the disk.
+    /// Fills the span from the offset (pread(2)) and returns the number of bytes read: fewer only
+    /// at the end of the file. May block on the disk.
     Result<std::size_t> read(std::int64_t offset, std::span<char> into) const;
 
     int descriptor() const { return descriptor_.number(); }

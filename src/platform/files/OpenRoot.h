@@ -8,17 +8,17 @@
 
 namespace quorvel::platform {
 
-/// A shared folder, open for looking below it.
+/// A shared folder, open for lookups beneath it.
 struct OpenRoot {
     std::string path;
     Descriptor descriptor;
 };
 
-/// Opens the folder, or returns what this thread holds open of it.
+/// Opens the folder, or returns it if a `RootHold` keeps it open on this thread.
 Result<std::shared_ptr<const OpenRoot>> openRoot(const std::string& path);
 
-/// While one lives, its thread opens a folder once for the requests of a whole turn. It ends with
-/// the turn: a descriptor held for longer would keep a disk busy that its user wants to take away.
+/// While one exists, its thread opens the folder once for all requests of an event loop turn. It
+/// must end with the turn: a descriptor held longer would keep a disk from being unmounted.
 class RootHold {
   public:
     RootHold();

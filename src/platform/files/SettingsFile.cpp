@@ -16,7 +16,7 @@ namespace {
 
 using nlohmann::json;
 
-// What JSON cannot hold (data, and names on disk that are not UTF-8) stands as a list of bytes.
+// What JSON cannot hold (data, and file names that are not UTF-8) is stored as a list of bytes.
 constexpr auto bytesMember = "bytes";
 
 constexpr auto wholeAndOnDisk = static_cast<GFileSetContentsFlags>(G_FILE_SET_CONTENTS_CONSISTENT |
@@ -73,7 +73,7 @@ std::string SettingsFile::defaultPath() {
         return std::string(value == nullptr ? "" : value);
     };
     std::string base = variable("XDG_CONFIG_HOME");
-    // A relative path there is to be ignored (XDG Base Directory).
+    // Relative paths must be ignored (XDG Base Directory).
     if (!base.starts_with('/')) base = variable("HOME") + "/.config";
     return base + "/quorvel-server/settings.json";
 }
@@ -93,7 +93,7 @@ bool SettingsFile::save() const {
 }
 
 void SettingsFile::set(const std::string& key, Value value) {
-    // Typing stores a value with every key press; most other sets change nothing.
+    // Many sets change nothing, and a write waits for the disk.
     const auto known = values().find(key);
     if (saved_ && known != values().end() && known->second == value) return;
     SettingsStore::set(key, std::move(value));

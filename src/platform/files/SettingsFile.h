@@ -4,7 +4,7 @@
 
 namespace quorvel::platform {
 
-/// Settings in one JSON file, readable by its owner only. Every set is on disk when it returns
+/// Settings in one JSON file that only its owner can read. A set is on disk when it returns
 /// (temporary file, fsync, rename), so a kill at any moment loses nothing that was set.
 class SettingsFile final : public SettingsStore {
   public:

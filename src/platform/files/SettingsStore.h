@@ -10,7 +10,7 @@
 
 namespace quorvel::platform {
 
-/// The user's settings by key, in memory; SettingsFile also keeps them on disk. One thread.
+/// The user's settings by key, in memory; SettingsFile also keeps them on disk. Not thread-safe.
 class SettingsStore {
   public:
     using Data = std::vector<std::uint8_t>;

@@ -15,10 +15,10 @@ namespace quorvel::platform {
 
 namespace {
 
-// RESOLVE_BENEATH gives EAGAIN when a rename anywhere raced with a ".." in a link (openat2(2)).
+// RESOLVE_BENEATH fails with EAGAIN if a rename anywhere races with ".." in a link (openat2(2)).
 constexpr int raceRetries = 64;
 
-/// "/proc/self/fd/N", the name under which a held item can be opened or asked for its path.
+/// "/proc/self/fd/N", through which a held item can be reopened or its path be read.
 class ProcName {
   public:
     explicit ProcName(const Descriptor& descriptor)
@@ -37,7 +37,7 @@ class ProcName {
     std::string text_;
 };
 
-// O_NONBLOCK is for a FIFO, O_NOCTTY for a terminal that has come to stand in a file's place.
+// O_NONBLOCK and O_NOCTTY are for a FIFO or a terminal that has replaced the file.
 constexpr int forReading = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
 using Resolution = decltype(open_how::resolve);
@@ -69,7 +69,7 @@ Result<Descriptor> openBeneath(const Descriptor& root, const std::string& path) 
     Descriptor item = openResolved(root, path, O_PATH | O_CLOEXEC, beneath);
     if (item) return item;
     if (errno != EXDEV) return failure();
-    // An absolute link may still end inside. It is judged by where the item is, once it is held.
+    // An absolute link may still resolve inside: hold the item, then check where it is.
     item = openResolved(root, path, O_PATH | O_CLOEXEC, RESOLVE_NO_MAGICLINKS);
     if (!item) return failure();
     if (!liesBeneath(root, item)) return failure(ENOENT);
@@ -93,8 +93,8 @@ Result<Item> held(Descriptor descriptor) {
     return Item{std::move(descriptor), attributesFrom(status)};
 }
 
-// To hold a file and then open what is held takes three times as long. But an open wakes who waits
-// at a FIFO and may start a device, so the name is asked before and what was opened afterwards.
+// Holding a file and then reopening it takes three times as long. But opening a FIFO wakes its
+// writer and opening a device may start it, so the kind is checked before and after the open.
 std::optional<Item> openedFile(const Descriptor& root, const std::string& path) {
     struct stat hint {};
     if (fstatat(root.number(), path.c_str(), &hint, AT_SYMLINK_NOFOLLOW) != 0) return std::nullopt;
@@ -113,7 +113,7 @@ void take(FolderEntry& entry, const ItemAttributes& attributes) {
     entry.modified = attributes.modified;
 }
 
-/// Reads one directory; the root is opened for it only once a link has to be followed.
+/// Reads one directory. Opens the root only when a link has to be followed.
 class DirectoryReader {
   public:
     DirectoryReader(const SharedFolder& folder, std::string_view relativePath, EntryDetail detail)
@@ -190,7 +190,7 @@ Result<Item> SharedFolder::find(std::string_view relativePath, Purpose purpose) 
 
 Result<std::shared_ptr<const OpenFile>> SharedFolder::open(Item item) {
     if (item.attributes.kind != ItemKind::file) return failure(EINVAL);
-    // The held item itself is reopened: no path is walked a second time.
+    // Reopens the held item itself, so no path is resolved twice.
     if (!item.isReadable)
         item.descriptor = Descriptor(::open(ProcName(item.descriptor).text(), forReading));
     if (!item.descriptor) return failure();

@@ -23,7 +23,7 @@ std::string collationLocale() {
 
 std::unique_ptr<icu::Collator> makeCollator() {
     UErrorCode status = U_ZERO_ERROR;
-    // By name, never ICU's default: that turns C and C.UTF-8 into a locale in which case counts.
+    // Not ICU's default, which maps C and C.UTF-8 to a locale that distinguishes case.
     const icu::Locale locale(collationLocale().c_str());
     std::unique_ptr<icu::Collator> collator(icu::Collator::createInstance(locale, status));
     if (U_FAILURE(status)) return nullptr;
@@ -37,7 +37,7 @@ std::unique_ptr<icu::Collator> makeCollator() {
 } // namespace
 
 void appendCollationKey(std::string& keys, std::string_view name) {
-    // A collator must not be shared by threads that use it, and takes long to make.
+    // A collator is not thread-safe and is slow to make.
     thread_local const std::unique_ptr<icu::Collator> collator = makeCollator();
     if (!collator) {
         keys += name;

@@ -15,7 +15,7 @@ namespace quorvel::platform {
 
 namespace {
 
-// Without a way out at the first other byte, because the compiler then takes many at once.
+// No early exit, so that the compiler can vectorise the loop.
 bool isAscii(std::string_view text) {
     unsigned char bits = 0;
     for (const char c : text)
@@ -27,20 +27,20 @@ icu::StringPiece piece(std::string_view text) {
     return {text.data(), static_cast<std::int32_t>(text.size())};
 }
 
-// ICU's macros convert between signed and unsigned as they please.
+// ICU's macros mix signed and unsigned integers.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wconversion"
 #pragma GCC diagnostic ignored "-Wsign-conversion"
 
-/// The character at the place, which moves behind it; negative for bytes that are not UTF-8.
+/// Returns the code point at `place` and moves past it; negative if it is not UTF-8.
 UChar32 nextCharacter(std::string_view text, std::size_t& place) {
     UChar32 character = 0;
-    // NOLINTNEXTLINE(bugprone-inc-dec-in-conditions): the macro's own
+    // NOLINTNEXTLINE(bugprone-inc-dec-in-conditions): inside the macro
     U8_NEXT(text.data(), place, text.size(), character);
     return character;
 }
 
-/// The character before the place, which moves in front of it.
+/// Returns the code point before `place` and moves to its start.
 UChar32 previousCharacter(std::string_view text, std::size_t& place) {
     UChar32 character = 0;
     auto at = static_cast<std::int32_t>(place);

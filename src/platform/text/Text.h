@@ -5,27 +5,28 @@
 
 namespace quorvel::platform {
 
-/// Well-formed UTF-8 (RFC 3629).
+/// Whether the text is well-formed UTF-8 (RFC 3629).
 bool isValidUtf8(std::string_view text);
 
-/// The text with U+FFFD in place of what is not UTF-8.
+/// The text with U+FFFD in place of each ill-formed UTF-8 sequence.
 std::string withInvalidUtf8Replaced(std::string_view text);
 
-/// Full Unicode case mapping without a language.
+/// Full Unicode case mapping, independent of the locale.
 std::string upperCased(std::string_view text);
 std::string lowerCased(std::string_view text);
 
 /// The text without tabs and Unicode space separators (category Zs) at both ends.
 std::string_view trimmed(std::string_view text);
 
-/// Whether both are the same text in Unicode's canonical sense (UAX #15).
+/// Whether the texts are canonically equivalent (UAX #15).
 bool canonicallyEqual(std::string_view left, std::string_view right);
 
 /// RFC 4648, section 4, with padding and without line breaks.
 std::string base64(std::string_view bytes);
 
-/// Appends the bytes whose order is the order of names in the user's locale: letter case does not
-/// count, runs of digits compare by value. Any thread.
+/// Appends the name's sort key. Keys compared as bytes give the order of names in the user's
+/// locale (LC_ALL, LC_COLLATE, LANG): case is ignored, runs of digits compare by value.
+/// Thread-safe; each thread reads the locale once.
 void appendCollationKey(std::string& keys, std::string_view name);
 
 } // namespace quorvel::platform
