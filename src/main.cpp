@@ -49,10 +49,10 @@ int main(int argumentCount, char** arguments) {
         return 2;
     }
     ui::describeProgram();
-    // Outlives the servers' threads, which may hold it last.
+    // Declared here so that it outlives the servers' threads, which hold references to it.
     const auto mainQueue = std::make_shared<ui::QtMainQueue>();
     const int status = ui::run(signals, mainQueue, activationToken);
     if (platform::WorkQueue::waitUntilAllEnded(std::chrono::seconds(1))) return status;
-    // A thread hangs in a disk that does not answer; what main() leaves behind is not its own.
+    // A thread stuck on an unresponsive disk may still use what leaving main() would destroy.
     std::_Exit(status);
 }

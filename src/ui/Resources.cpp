@@ -2,7 +2,7 @@
 
 #include <QDir>
 
-// The macro declares a function, which must be a global one.
+// Q_INIT_RESOURCE declares a function and so must not be used inside a namespace.
 static void initialise() {
     Q_INIT_RESOURCE(icons);
 }

@@ -2,8 +2,8 @@
 
 namespace quorvel::ui {
 
-/// Makes the icons available; to be called first. (A static library's resources are not by
-/// themselves.)
+/// Registers the icons, which a static library does not do by itself. Must be called before any of
+/// them is used.
 void loadResources();
 
 } // namespace quorvel::ui

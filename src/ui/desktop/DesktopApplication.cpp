@@ -16,7 +16,7 @@ bool drawsOwnPopups() {
     return QGuiApplication::platformName() == "xcb";
 }
 
-// Not `quit`, which a window that minimises instead of closing would stop.
+// Not `quit`, which a window that minimises instead of closing would cancel.
 void endProgram() {
     QCoreApplication::exit();
 }
@@ -82,7 +82,7 @@ void DesktopApplication::makeTrayIcon() {
 }
 
 void DesktopApplication::leftClicked() {
-    // On Wayland a program does not know where the pointer is, nor may it open a menu there.
+    // On Wayland a program neither knows the pointer's position nor may it open a menu there.
     if (!drawsOwnPopups()) return openSettings();
     menu_->popup(QCursor::pos());
 }
@@ -98,7 +98,7 @@ void DesktopApplication::openSettings(const QString& activationToken) {
     window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
     window.show();
     window.raise();
-    // Where Qt takes it from on Wayland.
+    // On Wayland Qt takes the token from the environment.
     if (!activationToken.isEmpty()) qputenv("XDG_ACTIVATION_TOKEN", activationToken.toUtf8());
     window.activateWindow();
     X11Desktop::activate(*window.windowHandle());

@@ -14,18 +14,18 @@
 
 namespace quorvel::ui {
 
-/// The program on the desktop: the one model, its tray icon with the menu, and the settings window.
-/// There is always a way to reach it: where the desktop has no tray, the window.
+/// The desktop program: its model, the tray icon with the menu, and the settings window. The user
+/// can always reach it: on a desktop without a tray, through the window.
 class DesktopApplication final : public QObject {
   public:
-    /// Reads the settings. Shows nothing yet.
+    /// Reads the settings; shows nothing until `start`.
     explicit DesktopApplication(std::shared_ptr<model::MainQueue> mainQueue);
     ~DesktopApplication() override;
 
-    /// Shows the icon where there is a tray, else the window.
+    /// Shows the icon if the desktop has a tray, otherwise the window.
     void start();
 
-    /// Brings the window forward, making it when it is needed first.
+    /// Brings the window to the front; the first call creates it.
     void openSettings(const QString& activationToken = {});
 
   private:
@@ -51,7 +51,7 @@ class DesktopApplication final : public QObject {
     model::Subscription subscription_;
 };
 
-/// What closing the window does: it is never the last way to a server that runs.
+/// What closing the window does. It never leaves a running server out of the user's reach.
 Closing closingRule(TrayKind tray, bool serverIsActive);
 
 } // namespace quorvel::ui

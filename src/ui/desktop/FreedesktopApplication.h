@@ -6,8 +6,8 @@
 
 namespace quorvel::ui {
 
-/// org.freedesktop.Application, as desktops call it to activate a program (freedesktop.org, Desktop
-/// Entry, D-Bus activation).
+/// The interface org.freedesktop.Application, through which desktops activate a program
+/// (freedesktop.org, Desktop Entry, D-Bus activation).
 class FreedesktopApplication final : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
@@ -19,9 +19,9 @@ class FreedesktopApplication final : public QDBusAbstractAdaptor {
 
   public Q_SLOTS:
     void Activate(const QVariantMap& platformData);
-    /// There is nothing to open: a folder is shared only after it was chosen.
+    /// Only activates: a folder is never shared before the user has chosen it here.
     void Open(const QStringList& uris, const QVariantMap& platformData);
-    /// There are no actions.
+    /// Does nothing: the program has no actions.
     void ActivateAction(const QString& action, const QVariantList& parameter,
                         const QVariantMap& platformData);
 

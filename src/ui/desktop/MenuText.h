@@ -4,13 +4,13 @@
 
 namespace quorvel::ui {
 
-/// Where a menu is drawn decides which characters in it mark a letter instead of being shown.
+/// Who draws a menu, and the character that marks a mnemonic there instead of being shown.
 enum class MenuDrawnBy {
     ourselves, ///< QMenu: "&".
-    trayHost,  ///< com.canonical.dbusmenu: "_", which Qt makes of the first "&".
+    trayHost,  ///< com.canonical.dbusmenu: "_", which Qt puts for the first "&".
 };
 
-/// The text that shows as this one.
+/// Escapes the text so that the menu shows it literally.
 QString menuText(const QString& text, MenuDrawnBy drawer);
 
 } // namespace quorvel::ui

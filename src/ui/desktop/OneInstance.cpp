@@ -75,7 +75,7 @@ bool OneInstance::claim(const QString& activationToken) {
 OneInstance::Outcome OneInstance::claimBusName(const QString& activationToken) {
     auto bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) return Outcome::unknown;
-    // The object before the name: whoever waits for the name calls the object at once.
+    // The object comes first: clients that wait for the name call the object at once.
     bus.registerObject(objectPath, this);
     const QDBusReply<QDBusConnectionInterface::RegisterServiceReply> reply =
         bus.interface()->registerService(busName);
@@ -87,12 +87,12 @@ OneInstance::Outcome OneInstance::claimBusName(const QString& activationToken) {
 
 bool OneInstance::claimLock() {
     lock_ = std::make_unique<QLockFile>(runtimeFile("quorvel-server.lock"));
-    lock_->setStaleLockTime(0); // however old: only its process decides
+    lock_->setStaleLockTime(0); // stale once its process has ended, whatever its age
     if (lock_->tryLock()) {
         listenForOthers();
         return true;
     }
-    // A folder without room or rights is no reason not to run.
+    // A full or read-only runtime folder is no reason not to run.
     return lock_->error() != QLockFile::LockFailedError;
 }
 

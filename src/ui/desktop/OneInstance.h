@@ -10,22 +10,22 @@ class QLockFile;
 
 namespace quorvel::ui {
 
-/// What the desktop hands from the user's click to the window that it leads to.
-/// Empty where there is none; to be asked for before Qt takes it out of the environment.
+/// The token that lets the window take the focus because the user started the program; empty if
+/// there is none. Must be called before Qt removes it from the environment.
 QString givenActivationToken();
 
-/// One program for each user's session: the owner of the D-Bus name, or, without a session bus,
-/// of a lock in the runtime folder. Main thread.
+/// Keeps to one running program per session: the owner of the D-Bus name or, without a session bus,
+/// of a lock file in the runtime folder. Main thread only.
 class OneInstance final : public QObject {
   public:
-    /// Called when the program is started again, or asked for over D-Bus
+    /// Called when the program is started again or activated over D-Bus
     /// (org.freedesktop.Application).
     std::function<void(const QString& activationToken)> onActivate;
 
     OneInstance();
     ~OneInstance() override;
 
-    /// False when another process is the one; it has been asked to come forward.
+    /// Returns false if another process is already running, which has then been activated.
     bool claim(const QString& activationToken);
 
   private:

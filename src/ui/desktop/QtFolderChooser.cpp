@@ -16,7 +16,7 @@ void openAt(QFileDialog& dialog, const QString& folder) {
     dialog.selectFile(current.fileName());
 }
 
-/// A loop of Qt's, whatever the dialog is made of: one of GTK's would not end with the program.
+/// Waits in a Qt event loop even if the dialog is GTK's, whose own would not end with the program.
 bool isAccepted(QFileDialog& dialog) {
     QEventLoop waiting;
     QObject::connect(&dialog, &QDialog::finished, &waiting, &QEventLoop::exit);

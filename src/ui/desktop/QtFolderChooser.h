@@ -7,12 +7,12 @@
 
 namespace quorvel::ui {
 
-/// The desktop's folder dialog, or Qt's where the desktop has none.
+/// The desktop's folder dialog, or Qt's own if the desktop has none.
 class QtFolderChooser final : public model::FolderChooser {
   public:
-    /// The window in front of which the dialog opens.
+    /// The window that the dialog belongs to.
     void setParentWindow(QWidget* window) { parentWindow_ = window; }
-    /// The folder chosen before; the dialog opens in the one around it, with this one picked.
+    /// The folder chosen before: the dialog opens in its parent folder with this one selected.
     void setCurrentFolder(const std::string& folder) { currentFolder_ = folder; }
 
     std::optional<std::string> chooseFolder(const model::FolderPanelTexts& texts) override;

@@ -8,7 +8,7 @@ namespace quorvel::ui {
 
 namespace {
 
-/// Qt wants to copy what it calls.
+/// Qt requires a copyable callable.
 auto copyable(platform::Task task) {
     return [shared = std::make_shared<platform::Task>(std::move(task))] { (*shared)(); };
 }

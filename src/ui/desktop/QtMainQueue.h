@@ -6,8 +6,8 @@
 
 namespace quorvel::ui {
 
-/// The main thread's queue on Qt's event loop. To be made and destroyed on the main thread, while
-/// there is a QCoreApplication; what is still waiting then is dropped.
+/// The main queue on Qt's event loop. Must be created and destroyed on the main thread, while a
+/// QCoreApplication exists; tasks still pending on destruction are dropped.
 class QtMainQueue final : public model::MainQueue {
   public:
     void post(platform::Task task) override;

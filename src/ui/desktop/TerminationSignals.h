@@ -6,8 +6,8 @@
 
 namespace quorvel::ui {
 
-/// SIGTERM and SIGINT as events. To be made before any thread exists, because threads inherit what
-/// is blocked (signalfd(2)).
+/// SIGTERM and SIGINT as events. Must be created before any thread, because threads inherit the set
+/// of blocked signals (signalfd(2)).
 class TerminationSignals final {
   public:
     TerminationSignals();
@@ -15,8 +15,8 @@ class TerminationSignals final {
     TerminationSignals(const TerminationSignals&) = delete;
     TerminationSignals& operator=(const TerminationSignals&) = delete;
 
-    /// Calls the action on the first signal; after that they end the process. For as long as the
-    /// result is kept, which must not outlive the QCoreApplication.
+    /// Calls the action on the first signal; further ones end the process. Releasing the result
+    /// cancels this; it must not outlive the QCoreApplication.
     [[nodiscard]] std::unique_ptr<QSocketNotifier> onSignal(std::function<void()> action);
 
   private:

@@ -8,13 +8,13 @@
 
 namespace quorvel::ui {
 
-/// What the menu asks of the program.
+/// What the menu's entries call.
 struct MenuActions {
     std::function<void()> openSettings;
     std::function<void()> quit;
 };
 
-/// The status line, start and stop, the settings window, quitting.
+/// The tray icon's menu: the status line, start or stop, the settings window, quit.
 class TrayMenu final : public QMenu {
   public:
     TrayMenu(std::shared_ptr<model::ServerModel> model, MenuActions actions, MenuDrawnBy drawer);
@@ -29,7 +29,7 @@ class TrayMenu final : public QMenu {
     model::Subscription subscription_;
 };
 
-/// Ctrl+Q, for the menu and for the window alike.
+/// Makes the action for Ctrl+Q; the menu and the window have one each.
 QAction* makeQuitAction(QObject* parent, std::function<void()> quit);
 
 } // namespace quorvel::ui

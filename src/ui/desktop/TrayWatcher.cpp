@@ -17,7 +17,7 @@ constexpr auto watcherName = "org.kde.StatusNotifierWatcher";
 constexpr auto watcherPath = "/StatusNotifierWatcher";
 constexpr int patience = 1000; // milliseconds
 
-/// The panel's restart after a crash or an update takes about that long.
+/// A panel that restarts after a crash or an update takes about this long.
 constexpr auto toleratedAbsence = 3s;
 
 QDBusPendingCall askForHost() {
@@ -59,7 +59,7 @@ void TrayWatcher::look() {
         if (host.isValid() && host.value().toBool()) return found(TrayKind::statusNotifier);
         found(x11_.hasTray() ? TrayKind::embedded : TrayKind::none);
     };
-    // Without a bus it has failed already.
+    // Without a bus the call has already failed.
     if (answer->isFinished()) return evaluate();
     connect(answer, &QDBusPendingCallWatcher::finished, this, evaluate);
 }

@@ -12,17 +12,17 @@ namespace quorvel::ui {
 enum class TrayKind {
     none,
     statusNotifier, ///< Over D-Bus; the host draws the menu.
-    embedded,       ///< An X11 window of ours in the tray's.
+    embedded,       ///< An X11 window of this process inside the tray's.
 };
 
-/// Looks for a tray, and goes on looking. Until one is there no QSystemTrayIcon may be touched:
-/// Qt asks only once in a process whether icons go over D-Bus.
+/// Watches for a tray. No QSystemTrayIcon may be used before there is one: Qt checks only once per
+/// process whether icons go over D-Bus.
 class TrayWatcher final : public QObject {
     Q_OBJECT
 
   public:
-    /// Called with what was found within a second of `start`, then after every change. A tray
-    /// that comes back soon was never gone.
+    /// Called with the result within a second of `start`, then after every change. A tray that
+    /// comes back within a few seconds does not count as a change.
     std::function<void(TrayKind kind)> onChange;
 
     explicit TrayWatcher(QObject* parent = nullptr);
@@ -40,7 +40,7 @@ class TrayWatcher final : public QObject {
     QTimer absence_;
     bool reported_ = false;
     TrayKind kind_ = TrayKind::none;
-    /// The first kind found, which Qt keeps to.
+    /// The first kind found; Qt cannot change to another.
     TrayKind settled_ = TrayKind::none;
 };
 

@@ -8,7 +8,7 @@ class QWindow;
 
 namespace quorvel::ui {
 
-/// What Qt does not do on an X11 desktop. On every other one nothing happens.
+/// What Qt does not do on an X11 desktop. Does nothing on any other.
 class X11Desktop final : public QAbstractNativeEventFilter {
   public:
     X11Desktop();
@@ -16,13 +16,13 @@ class X11Desktop final : public QAbstractNativeEventFilter {
     X11Desktop(const X11Desktop&) = delete;
     X11Desktop& operator=(const X11Desktop&) = delete;
 
-    /// Whether a tray for embedded icons is there now. Its end is watched from then on.
+    /// Whether there is a tray for embedded icons; if so, its end is watched from then on.
     bool hasTray();
-    /// Called when a tray has come, or the one that was there has gone.
+    /// Called when a tray appears and when the watched one disappears.
     std::function<void()> onTrayChange;
 
-    /// Brings the window forward, whatever the window manager thinks of windows that do so by
-    /// themselves: the user asked for it (EWMH, _NET_ACTIVE_WINDOW, source indication 2).
+    /// Brings the window to the front even if the window manager prevents focus stealing: the user
+    /// asked for it (EWMH, _NET_ACTIVE_WINDOW, source indication 2).
     static void activate(const QWindow& window);
 
   private:

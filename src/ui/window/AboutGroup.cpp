@@ -43,7 +43,7 @@ QLabel* subtitle(const QString& version, QWidget* parent) {
     label->setObjectName("aboutSubtitle");
     label->setFont(scaledFont(label->font(), textSize::caption));
     label->setForegroundRole(secondaryText);
-    label->setWordWrap(true); // with very large letters
+    label->setWordWrap(true); // for very large fonts
     return label;
 }
 

@@ -4,10 +4,10 @@
 
 namespace quorvel::ui {
 
-/// "About": what this program is and which version of it.
+/// The "About" group: the program's name, maker and version.
 class AboutGroup final : public QGroupBox {
   public:
-    /// An empty version shows as a dash.
+    /// An empty version is shown as a dash.
     AboutGroup(const QString& version, QWidget* parent);
 };
 

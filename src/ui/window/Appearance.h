@@ -10,7 +10,7 @@ class QWidget;
 
 namespace quorvel::ui {
 
-/// Sizes of text, in parts of the desktop's own.
+/// Text sizes, relative to that of the desktop's font.
 namespace textSize {
 inline constexpr double title = 1.3;
 inline constexpr double body = 1.0;
@@ -20,20 +20,20 @@ inline constexpr double caption = 0.85;
 
 QFont scaledFont(const QFont& font, double size, QFont::Weight weight = QFont::Normal);
 
-/// A label that shows exactly this text.
+/// A label that shows the text literally, never as rich text.
 QLabel* plainLabel(const QString& text, QWidget* parent);
 
-/// The colour in which the desktop marks things.
+/// The accent colour: the desktop's highlight colour.
 QColor tintColor(const QPalette& palette);
 
-/// Text in this colour stands back behind the other.
+/// The colour role of less prominent text.
 inline constexpr QPalette::ColorRole secondaryText = QPalette::PlaceholderText;
 
-/// Only that colour, made of the others: some desktops leave it black on their dark windows.
+/// A palette of that role alone, derived from the window text: some dark desktops leave it black.
 QPalette secondaryTextPalette(const QPalette& palette);
 
-/// One of our own icons (":/icons/<name>.svg"), all of it in one colour, for a screen of this
-/// many pixels per unit.
+/// One of the program's icons (":/icons/<name>.svg") in a single colour; the size is in
+/// device-independent pixels.
 QPixmap tintedPixmap(const char* name, int size, double pixelRatio, const QColor& color);
 
 } // namespace quorvel::ui

@@ -23,7 +23,7 @@ QString ElidedLabel::shownText() const {
 bool ElidedLabel::event(QEvent* event) {
     if (event->type() != QEvent::ToolTip) return QLabel::event(event);
     if (shownText() == text()) return true;
-    // Tool tips have no plain text: a folder may be called "<b>".
+    // Without markup of its own a folder's name such as "<b>" would be taken for rich text.
     const QString tip = "<p style='white-space:pre'>" + text().toHtmlEscaped() + "</p>";
     QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), tip, this);
     return true;

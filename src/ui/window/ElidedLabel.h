@@ -4,8 +4,8 @@
 
 namespace quorvel::ui {
 
-/// One line of plain text in all the width there is; what does not fit is left out of the middle,
-/// and shown by the tool tip.
+/// A line of plain text that takes whatever width its layout gives it. Text that does not fit is
+/// elided in the middle and shown in full in the tool tip.
 class ElidedLabel final : public QLabel {
   public:
     explicit ElidedLabel(QWidget* parent = nullptr);

@@ -9,7 +9,7 @@ namespace quorvel::ui {
 
 class ElidedLabel;
 
-/// "Shared Folder": which one, and the way to choose another.
+/// The "Shared Folder" group: the folder's path and the button to choose another.
 class FolderGroup final : public QGroupBox {
   public:
     FolderGroup(std::shared_ptr<model::ServerModel> model, QWidget* parent);

@@ -92,7 +92,7 @@ void InfoGroup::arrange() {
 void InfoGroup::refresh() {
     const auto text = model_->infoText().empty() ? QStringLiteral("Server is stopped.")
                                                  : QString::fromStdString(model_->infoText());
-    // Setting it again would lose the selection.
+    // Setting the same text again would clear the selection.
     if (infoText_->toPlainText() != text) infoText_->setPlainText(text);
     const auto format = std::ranges::find(model::allCopyFormats, model_->copyFormat());
     copyFormat_->setCurrentIndex(static_cast<int>(format - model::allCopyFormats.begin()));

@@ -11,7 +11,7 @@ namespace quorvel::ui {
 
 class Picker;
 
-/// "Info": what the model says, and the row that copies the share texts.
+/// The "Info" group: the model's messages and the row that copies the share texts.
 class InfoGroup final : public QGroupBox {
   public:
     InfoGroup(std::shared_ptr<model::ServerModel> model,

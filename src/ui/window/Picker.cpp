@@ -14,7 +14,7 @@ void Picker::addText(std::string_view text) {
     addItem(QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())));
 }
 
-// A choice takes effect at once, so it must not be made by scrolling over it.
+// A choice takes effect at once, so scrolling over the picker must not make one.
 void Picker::wheelEvent(QWheelEvent* event) {
     event->ignore();
 }

@@ -6,7 +6,7 @@
 
 namespace quorvel::ui {
 
-/// A pop-up menu of fixed texts, of which one is current.
+/// A combo box with a fixed list of choices.
 class Picker final : public QComboBox {
   public:
     explicit Picker(QWidget* parent = nullptr);

@@ -13,13 +13,13 @@ bool isMinus(QChar character) {
     return character == u'-' || character == QChar(0x2212);
 }
 
-/// Keeps out what can never become a number; an unfinished one may be left as it is.
+/// Rejects what cannot become a number; an incomplete one is acceptable.
 class NumberValidator final : public QValidator {
   public:
     using QValidator::QValidator;
 
     State validate(QString& text, int&) const override {
-        text.remove(u' '); // around a number that is pasted
+        text.remove(u' '); // around a pasted number
         const auto digits = QStringView(text).mid(!text.isEmpty() && isMinus(text.front()) ? 1 : 0);
         const bool possible =
             std::ranges::all_of(digits, [](QChar character) { return character.isDigit(); });

@@ -7,14 +7,14 @@
 
 namespace quorvel::ui {
 
-/// A whole number in the digits of the user's language, without grouping. Takes any number, so
-/// that whoever uses it says what is wrong with 70000. While the text is none yet ("", "-", more
-/// than 64 bits hold) the last number stays; it shows again when the editing ends.
+/// An integer in the digits of the user's locale, without group separators. Any integer is
+/// accepted; the model checks the range and reports it. While the text is not a number ("", "-",
+/// more than 64 bits), the last number is kept; it is shown again when editing finishes.
 class PortField final : public QLineEdit {
   public:
     explicit PortField(QWidget* parent = nullptr);
 
-    /// Leaves the text alone when it already says this number.
+    /// Leaves the text alone if the number is unchanged.
     void setNumber(std::int64_t number);
 
     /// Called with every number that the user types.
@@ -29,7 +29,7 @@ class PortField final : public QLineEdit {
     std::int64_t number_ = 0;
 };
 
-/// Digits of any script after at most one minus sign; none for anything else.
+/// Digits of any script with an optional leading minus sign; nullopt for anything else.
 std::optional<std::int64_t> parseNumber(const QString& text);
 
 } // namespace quorvel::ui

@@ -15,7 +15,7 @@ namespace {
 
 constexpr int fieldWidth = 90;
 
-/// Leaves the cursor alone where the text is the same.
+/// Does not move the cursor if the text is unchanged.
 void showIn(QLineEdit& field, const std::string& text) {
     const auto shown = QString::fromStdString(text);
     if (field.text() != shown) field.setText(shown);
@@ -26,7 +26,7 @@ void showIn(QLineEdit& field, const std::string& text) {
 ServerGroup::ServerGroup(std::shared_ptr<model::ServerModel> model, QWidget* parent)
     : QGroupBox("Server", parent), model_(std::move(model)), serverType_(new Picker(this)),
       port_(new PortField(this)),
-      // A single "&" would mark the letter after it.
+      // A single "&" would make the next character a mnemonic.
       useAuth_(new QCheckBox("Require username && password", this)), username_(new QLineEdit(this)),
       password_(new QLineEdit(this)) {
     serverType_->addTexts(model::allServerTypes);

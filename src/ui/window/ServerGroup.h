@@ -11,7 +11,7 @@ namespace quorvel::ui {
 class Picker;
 class PortField;
 
-/// "Server": what is served how; as a whole out of reach while a server is active.
+/// The "Server" group: protocol, port and login. Disabled while a server is active.
 class ServerGroup final : public QGroupBox {
   public:
     ServerGroup(std::shared_ptr<model::ServerModel> model, QWidget* parent);

@@ -39,7 +39,7 @@ SettingsWindow::SettingsWindow(std::shared_ptr<model::ServerModel> model,
       folder_(new FolderGroup(model_, this)), server_(new ServerGroup(model_, this)),
       startButton_(new StartButton(model_, this)), info_(new InfoGroup(model_, copyAction_, this)) {
     setWindowTitle("Quorvel Server");
-    // Not as a dialog, which window managers keep out of their lists and cannot minimise.
+    // Window managers keep dialogs out of their task lists and do not minimise them.
     setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                    Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint |
                    Qt::WindowCloseButtonHint);
@@ -73,7 +73,7 @@ void SettingsWindow::arrange(const QString& version) {
 }
 
 void SettingsWindow::refresh() {
-    // The keyboard must not be left in a field that is out of reach from now on.
+    // The focus must not stay on a control that is about to be disabled.
     if (model_->state().isActive() && focusIsOnASetting()) startButton_->setFocus();
     folder_->refresh();
     server_->refresh();
@@ -109,8 +109,8 @@ void SettingsWindow::closeEvent(QCloseEvent* event) {
     }
 }
 
-// On some desktops (QPlatformTheme::ButtonPressKeys) Return presses the button with the keyboard,
-// and a group box keeps what its fields leave. Here it is for the default button of the window.
+// On some desktops (QPlatformTheme::ButtonPressKeys) Return presses the focused button, and a group
+// box accepts it when its fields ignore it. Here it is meant for the window's default button.
 void SettingsWindow::leaveReturnToTheWindow() {
     for (auto* button : findChildren<QAbstractButton*>())
         button->installEventFilter(this);
@@ -124,7 +124,7 @@ bool SettingsWindow::eventFilter(QObject* watched, QEvent* event) {
     return true;
 }
 
-// A key held down would start and stop in turn.
+// A key held down would start and stop the server by turns.
 void SettingsWindow::keyPressEvent(QKeyEvent* event) {
     if (isReturn(*event) && event->isAutoRepeat()) return;
     QDialog::keyPressEvent(event);

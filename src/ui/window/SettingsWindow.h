@@ -13,23 +13,23 @@ class InfoGroup;
 class ServerGroup;
 class StartButton;
 
-/// What the user's closing of the window does.
+/// What happens when the user closes the window.
 enum class Closing { hides, minimises, quits };
 
-/// Every control edits the model at once; there is nothing to apply or cancel. A dialog, because
-/// only there Return presses the default button.
+/// Every control edits the model at once; there is nothing to apply or cancel. It is a QDialog
+/// because only in a dialog does Return press the default button.
 class SettingsWindow final : public QDialog {
   public:
     SettingsWindow(std::shared_ptr<model::ServerModel> model,
                    std::shared_ptr<model::CopyAction> copyAction, const QString& version);
     ~SettingsWindow() override;
 
-    /// Asked whenever the user closes the window.
+    /// Called whenever the user closes the window, to decide what happens.
     std::function<Closing()> closing;
-    /// Called when closing it ends the program.
+    /// Called when closing the window ends the program.
     std::function<void()> onQuit;
 
-    /// Escape closes it, as the button in its frame does.
+    /// Escape closes the window like the close button in its frame.
     void reject() override;
 
   protected:

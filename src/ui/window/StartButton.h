@@ -6,7 +6,7 @@
 
 namespace quorvel::ui {
 
-/// Starts the server or, in red, stops it. Draws itself, because few styles keep to a colour.
+/// Starts the server or, in red, stops it. It paints itself because few styles honour a colour.
 class StartButton final : public QPushButton {
   public:
     StartButton(std::shared_ptr<model::ServerModel> model, QWidget* parent);
