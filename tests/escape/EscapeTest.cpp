@@ -14,8 +14,8 @@ std::atomic<bool> firstWallStands = true;
 
 } // namespace
 
-// The linker sends every syscall() of this program here: without the first wall, openat2 resolves
-// paths as plain open does.
+// The linker redirects every syscall() of this program here. Without the first wall openat2 follows
+// every path as a plain open does.
 extern "C" long __real_syscall(long number, long, long, long, long, long, long);
 extern "C" long __wrap_syscall(long number, long a, long b, long c, long d, long e, long f) {
     if (number == SYS_openat2 && !firstWallStands) {
@@ -32,7 +32,7 @@ namespace {
 
 constexpr auto secret = "nobody may read this";
 
-/// A folder with links that lead out, served in both ways within the walls that stand.
+/// A folder with links that lead out of it, served over both protocols behind the enabled walls.
 class Share : public ServedFolder<http::HTTPFileServer> {
   public:
     Share() {
@@ -44,7 +44,8 @@ class Share : public ServedFolder<http::HTTPFileServer> {
     }
     ~Share() { ftp_->stop(); }
 
-    /// The body over HTTP for "GET ...", else what FTP transfers, or its reply.
+    /// The body of the HTTP response to "GET ...", otherwise what FTP transfers or, if nothing,
+    /// replies.
     std::string ask(const std::string& request) const {
         if (request.starts_with("GET ")) {
             const std::string answer = exchange(request + "\r\n\r\n");
@@ -78,7 +79,7 @@ const std::vector<Attempt> attempts{
     {"RETR file", "550 File not found.\r\n", "550 File not found.\r\n", secret},
     {"RETR folder/secret.txt", "550 File not found.\r\n", "550 File not found.\r\n", secret},
     {"NLST folder", "550 No such file or directory.\r\n", "", "secret.txt\r\n"},
-    // The limit of the second wall: the size of a file is no content to Landlock.
+    // A limit of the second wall: Landlock does not restrict access to a file's size.
     {"SIZE file", "550 Could not get file size.\r\n", "213 20\r\n", "213 20\r\n"},
 };
 
@@ -127,7 +128,7 @@ TEST_F(Escape, IsNotMadeByAFolderOfTheSameName) {
     std::filesystem::remove_all(folder.path());
     EXPECT_EQ(share.ask("GET /inside.txt"), "Not Found");
     folder.write("inside.txt", "new");
-    // Until the next start. A turn that was still going on may have held the folder that was.
+    // Closed until the next start. A request still in progress may have held the old folder open.
     EXPECT_TRUE(eventually([&] { return share.ask("GET /inside.txt") == "Cannot open file"; }));
 }
 
