@@ -1,5 +1,6 @@
 #include "ui/desktop/DesktopApplication.h"
 
+#include "model/CopyAction.h"
 #include "platform/files/SettingsFile.h"
 #include "ui/desktop/QtPasteboard.h"
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "model/CopyAction.h"
 #include "model/ServerModel.h"
 #include "ui/desktop/QtFolderChooser.h"
 #include "ui/desktop/TrayMenu.h"
@@ -10,7 +9,6 @@
 #include <QIcon>
 #include <QSystemTrayIcon>
 #include <memory>
-#include <optional>
 
 namespace quorvel::ui {
 

@@ -5,7 +5,6 @@ namespace quorvel::ui {
 QAction* makeQuitAction(QObject* parent, std::function<void()> quit) {
     auto* action = new QAction("Quit Quorvel Server", parent);
     action->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
-    action->setMenuRole(QAction::QuitRole);
     QObject::connect(action, &QAction::triggered, action, std::move(quit));
     return action;
 }

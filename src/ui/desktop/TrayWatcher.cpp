@@ -30,7 +30,7 @@ QDBusPendingCall askForHost() {
 
 } // namespace
 
-TrayWatcher::TrayWatcher(QObject* parent) : QObject(parent) {
+TrayWatcher::TrayWatcher() {
     absence_.setSingleShot(true);
     absence_.setInterval(toleratedAbsence);
     connect(&absence_, &QTimer::timeout, this, [this] { report(TrayKind::none); });

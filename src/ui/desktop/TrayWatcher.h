@@ -25,7 +25,7 @@ class TrayWatcher final : public QObject {
     /// comes back within a few seconds does not count as a change.
     std::function<void(TrayKind kind)> onChange;
 
-    explicit TrayWatcher(QObject* parent = nullptr);
+    TrayWatcher();
     void start();
 
   private Q_SLOTS:

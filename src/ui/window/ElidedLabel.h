@@ -8,7 +8,7 @@ namespace quorvel::ui {
 /// elided in the middle and shown in full in the tool tip.
 class ElidedLabel final : public QLabel {
   public:
-    explicit ElidedLabel(QWidget* parent = nullptr);
+    explicit ElidedLabel(QWidget* parent);
 
     QSize sizeHint() const override { return minimumSizeHint(); }
     QSize minimumSizeHint() const override;

@@ -9,7 +9,7 @@ namespace quorvel::ui {
 /// A combo box with a fixed list of choices.
 class Picker final : public QComboBox {
   public:
-    explicit Picker(QWidget* parent = nullptr);
+    explicit Picker(QWidget* parent);
 
     template <class Values>
     void addTexts(const Values& values) {

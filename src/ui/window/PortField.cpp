@@ -4,6 +4,7 @@
 #include <QLocale>
 #include <QValidator>
 #include <algorithm>
+#include <optional>
 
 namespace quorvel::ui {
 
@@ -27,8 +28,7 @@ class NumberValidator final : public QValidator {
     }
 };
 
-} // namespace
-
+/// Digits of any script with an optional leading minus sign; nullopt for anything else.
 std::optional<std::int64_t> parseNumber(const QString& text) {
     const bool negative = !text.isEmpty() && isMinus(text.front());
     const auto digits = QStringView(text).mid(negative ? 1 : 0);
@@ -41,6 +41,8 @@ std::optional<std::int64_t> parseNumber(const QString& text) {
     }
     return negative ? -number : number;
 }
+
+} // namespace
 
 PortField::PortField(QWidget* parent) : QLineEdit(parent) {
     setValidator(new NumberValidator(this));

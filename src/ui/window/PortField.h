@@ -3,7 +3,6 @@
 #include <QLineEdit>
 #include <cstdint>
 #include <functional>
-#include <optional>
 
 namespace quorvel::ui {
 
@@ -12,7 +11,7 @@ namespace quorvel::ui {
 /// more than 64 bits), the last number is kept; it is shown again when editing finishes.
 class PortField final : public QLineEdit {
   public:
-    explicit PortField(QWidget* parent = nullptr);
+    explicit PortField(QWidget* parent);
 
     /// Leaves the text alone if the number is unchanged.
     void setNumber(std::int64_t number);
@@ -28,8 +27,5 @@ class PortField final : public QLineEdit {
 
     std::int64_t number_ = 0;
 };
-
-/// Digits of any script with an optional leading minus sign; nullopt for anything else.
-std::optional<std::int64_t> parseNumber(const QString& text);
 
 } // namespace quorvel::ui
