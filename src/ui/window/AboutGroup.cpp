@@ -19,7 +19,7 @@ class TintedBadge final : public QWidget {
     void paintEvent(QPaintEvent*) override {
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
-        QColor background = tintColor(palette());
+        QColor background = accentColor(palette());
         background.setAlphaF(0.1F);
         painter.setPen(Qt::NoPen);
         painter.setBrush(background);
@@ -27,7 +27,7 @@ class TintedBadge final : public QWidget {
         constexpr int margin = (side - iconSize) / 2;
         painter.drawPixmap(
             margin, margin,
-            tintedPixmap("drive-connected", iconSize, devicePixelRatioF(), tintColor(palette())));
+            tintedPixmap("drive-connected", iconSize, devicePixelRatioF(), accentColor(palette())));
     }
 
   private:
@@ -59,7 +59,7 @@ AboutGroup::AboutGroup(const QString& version, QWidget* parent) : QGroupBox("Abo
     lines->addWidget(subtitle(version, this));
 
     auto* row = new QHBoxLayout(this);
-    row->setContentsMargins(8, 8, 8, 8);
+    row->setContentsMargins(groupMargins);
     row->setSpacing(12);
     row->addWidget(new TintedBadge(this));
     row->addLayout(lines, 1);

@@ -23,7 +23,7 @@ QLabel* plainLabel(const QString& text, QWidget* parent) {
     return label;
 }
 
-QColor tintColor(const QPalette& palette) {
+QColor accentColor(const QPalette& palette) {
     return palette.color(QPalette::Active, QPalette::Highlight);
 }
 

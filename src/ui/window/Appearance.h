@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QFont>
+#include <QMargins>
 #include <QPalette>
 #include <QPixmap>
 
@@ -18,13 +19,16 @@ inline constexpr double callout = 0.925;
 inline constexpr double caption = 0.85;
 } // namespace textSize
 
+/// Around the contents of each group.
+inline constexpr QMargins groupMargins(8, 8, 8, 8);
+
 QFont scaledFont(const QFont& font, double size, QFont::Weight weight = QFont::Normal);
 
 /// A label that shows the text literally, never as rich text.
 QLabel* plainLabel(const QString& text, QWidget* parent);
 
 /// The accent colour: the desktop's highlight colour.
-QColor tintColor(const QPalette& palette);
+QColor accentColor(const QPalette& palette);
 
 /// The colour role of less prominent text.
 inline constexpr QPalette::ColorRole secondaryText = QPalette::PlaceholderText;

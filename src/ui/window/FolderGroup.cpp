@@ -18,7 +18,7 @@ FolderGroup::FolderGroup(std::shared_ptr<model::ServerModel> model, QWidget* par
             [model = model_] { model->chooseFolder(); });
 
     auto* row = new QHBoxLayout(this);
-    row->setContentsMargins(8, 8, 8, 8);
+    row->setContentsMargins(groupMargins);
     row->setSpacing(8);
     row->addWidget(folderText_, 1);
     row->addWidget(chooseButton_);

@@ -9,7 +9,6 @@
 #include <QIcon>
 #include <QLabel>
 #include <QVBoxLayout>
-#include <algorithm>
 
 namespace quorvel::ui {
 
@@ -58,11 +57,10 @@ void InfoGroup::prepareCopyRow() {
     copyRow_->setObjectName("copyRow");
     copyFormat_->setObjectName("copyFormat");
     copyFormat_->setAccessibleName("Copy format");
-    copyFormat_->addTexts(model::allCopyFormats);
     copyFormat_->setMaximumWidth(pickerWidth);
-    copyFormat_->onChoice = [action = copyAction_](int index) {
-        action->chooseFormat(model::allCopyFormats.at(static_cast<std::size_t>(index)));
-    };
+    copyFormat_->offer(model::allCopyFormats, [action = copyAction_](model::CopyFormat format) {
+        action->chooseFormat(format);
+    });
 
     copyButton_->setObjectName("copyButton");
     copyButton_->setAutoDefault(false);
@@ -83,7 +81,7 @@ void InfoGroup::arrange() {
     row->addStretch();
 
     auto* rows = new QVBoxLayout(this);
-    rows->setContentsMargins(8, 8, 8, 8);
+    rows->setContentsMargins(groupMargins);
     rows->setSpacing(10);
     rows->addWidget(infoText_);
     rows->addWidget(copyRow_);
@@ -94,8 +92,7 @@ void InfoGroup::refresh() {
                                                  : QString::fromStdString(model_->infoText());
     // Setting the same text again would clear the selection.
     if (infoText_->toPlainText() != text) infoText_->setPlainText(text);
-    const auto format = std::ranges::find(model::allCopyFormats, model_->copyFormat());
-    copyFormat_->setCurrentIndex(static_cast<int>(format - model::allCopyFormats.begin()));
+    copyFormat_->select(model_->copyFormat());
     copyRow_->setEnabled(!model_->primaryURL().empty());
     refreshCopyLabel();
 }

@@ -1,30 +1,33 @@
 #pragma once
 
 #include <QComboBox>
-#include <functional>
-#include <string_view>
+#include <QWheelEvent>
 
 namespace quorvel::ui {
 
-/// A combo box with a fixed list of choices.
+/// A combo box that offers the values of an enumeration by the texts of their `rawValue`.
 class Picker final : public QComboBox {
   public:
-    explicit Picker(QWidget* parent);
+    using QComboBox::QComboBox;
 
-    template <class Values>
-    void addTexts(const Values& values) {
+    /// `onChoice` is called with the value that the user chooses, even if it is the current one.
+    template <class Values, class OnChoice>
+    void offer(const Values& values, OnChoice onChoice) {
         for (const auto value : values)
-            addText(rawValue(value));
+            addItem(QString::fromUtf8(rawValue(value)), static_cast<int>(value));
+        connect(this, &QComboBox::activated, this, [this, onChoice](int index) {
+            onChoice(static_cast<typename Values::value_type>(itemData(index).toInt()));
+        });
     }
 
-    /// Called with the index when the user chooses an entry, the current one included.
-    std::function<void(int index)> onChoice;
+    template <class Value>
+    void select(Value value) {
+        setCurrentIndex(findData(static_cast<int>(value)));
+    }
 
   protected:
-    void wheelEvent(QWheelEvent* event) override;
-
-  private:
-    void addText(std::string_view text);
+    /// A choice takes effect at once, so scrolling over the picker must not make one.
+    void wheelEvent(QWheelEvent* event) override { event->ignore(); }
 };
 
 } // namespace quorvel::ui

@@ -10,8 +10,12 @@ namespace quorvel::ui {
 
 namespace {
 
-bool isMinus(QChar character) {
-    return character == u'-' || character == QChar(0x2212);
+bool startsWithMinus(const QString& text) {
+    return text.startsWith(u'-') || text.startsWith(QChar(0x2212));
+}
+
+QStringView withoutMinus(const QString& text) {
+    return QStringView(text).mid(startsWithMinus(text) ? 1 : 0);
 }
 
 /// Rejects what cannot become a number; an incomplete one is acceptable.
@@ -21,17 +25,15 @@ class NumberValidator final : public QValidator {
 
     State validate(QString& text, int&) const override {
         text.remove(u' '); // around a pasted number
-        const auto digits = QStringView(text).mid(!text.isEmpty() && isMinus(text.front()) ? 1 : 0);
-        const bool possible =
-            std::ranges::all_of(digits, [](QChar character) { return character.isDigit(); });
+        const bool possible = std::ranges::all_of(
+            withoutMinus(text), [](QChar character) { return character.isDigit(); });
         return possible ? Acceptable : Invalid;
     }
 };
 
 /// Digits of any script with an optional leading minus sign; nullopt for anything else.
 std::optional<std::int64_t> parseNumber(const QString& text) {
-    const bool negative = !text.isEmpty() && isMinus(text.front());
-    const auto digits = QStringView(text).mid(negative ? 1 : 0);
+    const QStringView digits = withoutMinus(text);
     if (digits.isEmpty()) return std::nullopt;
     std::int64_t number = 0;
     for (const QChar character : digits) {
@@ -39,7 +41,7 @@ std::optional<std::int64_t> parseNumber(const QString& text) {
             __builtin_add_overflow(number, character.digitValue(), &number))
             return std::nullopt;
     }
-    return negative ? -number : number;
+    return startsWithMinus(text) ? -number : number;
 }
 
 } // namespace

@@ -7,7 +7,6 @@
 #include <QGridLayout>
 #include <QLabel>
 #include <QVBoxLayout>
-#include <algorithm>
 
 namespace quorvel::ui {
 
@@ -29,7 +28,6 @@ ServerGroup::ServerGroup(std::shared_ptr<model::ServerModel> model, QWidget* par
       // A single "&" would make the next character a mnemonic.
       useAuth_(new QCheckBox("Require username && password", this)), username_(new QLineEdit(this)),
       password_(new QLineEdit(this)) {
-    serverType_->addTexts(model::allServerTypes);
     password_->setEchoMode(QLineEdit::Password);
     nameFields();
     storeEdits();
@@ -54,9 +52,8 @@ void ServerGroup::nameFields() {
 
 void ServerGroup::storeEdits() {
     auto& model = *model_;
-    serverType_->onChoice = [&model](int index) {
-        model.setServerType(model::allServerTypes.at(static_cast<std::size_t>(index)));
-    };
+    serverType_->offer(model::allServerTypes,
+                       [&model](model::ServerType type) { model.setServerType(type); });
     port_->onNumber = [&model](std::int64_t number) { model.setPort(number); };
     connect(useAuth_, &QCheckBox::clicked, this, [&model](bool on) { model.setUseAuth(on); });
     connect(username_, &QLineEdit::textEdited, this,
@@ -78,7 +75,7 @@ void ServerGroup::arrange() {
     serverType_->setMinimumWidth(fieldWidth);
 
     auto* rows = new QVBoxLayout(this);
-    rows->setContentsMargins(8, 8, 8, 8);
+    rows->setContentsMargins(groupMargins);
     rows->setSpacing(12);
     rows->addLayout(choices);
     rows->addWidget(useAuth_, 0, Qt::AlignLeft);
@@ -87,8 +84,7 @@ void ServerGroup::arrange() {
 }
 
 void ServerGroup::refresh() {
-    const auto type = std::ranges::find(model::allServerTypes, model_->serverType());
-    serverType_->setCurrentIndex(static_cast<int>(type - model::allServerTypes.begin()));
+    serverType_->select(model_->serverType());
     port_->setNumber(model_->port());
     useAuth_->setChecked(model_->useAuth());
     showIn(*username_, model_->username());

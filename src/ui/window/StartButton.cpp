@@ -35,7 +35,7 @@ void StartButton::refresh() {
 }
 
 QColor StartButton::background() const {
-    const QColor tint = model_->state().isActive() ? QColor(red) : tintColor(palette());
+    const QColor tint = model_->state().isActive() ? QColor(red) : accentColor(palette());
     if (isDown()) return tint.darker(118);
     return underMouse() ? tint.lighter(108) : tint;
 }
