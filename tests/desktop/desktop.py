@@ -1,5 +1,6 @@
 """An X server of its own with a window manager, in which the program runs as its users see it."""
 
+import ctypes
 import json
 import os
 import pathlib
@@ -22,7 +23,7 @@ def fetch(url):
 
 
 class Desktop:
-    """What it starts ends by what it hands to `cleanup`. The session bus is not there yet."""
+    """Registers with `cleanup` the end of all that it starts. Starts no session bus."""
 
     def __init__(self, cleanup, size="1024x768", **environment):
         self.cleanup = cleanup
@@ -45,17 +46,13 @@ class Desktop:
         self.start_screen(size)
 
     def start_screen(self, size):
-        reader, writer = os.pipe()
-        # Without -r a key that a busy machine releases late would be pressed again and again.
-        command = ["Xvfb", "-displayfd", str(writer), "-screen", "0", f"{size}x24", "-r"]
-        self.start(*command, "-noreset", "-nolisten", "tcp", pass_fds=[writer])
-        os.close(writer)
-        with os.fdopen(reader) as display:
-            self.environment["DISPLAY"] = ":" + display.readline().strip()
-        # The first key makes another keyboard the current one; a window manager that is told so
-        # lets go of its shortcuts for a moment.
+        # -r: a key must not repeat, however late a busy machine releases it.
+        screen = ["-screen", "0", f"{size}x24", "-r", "-noreset", "-nolisten", "tcp"]
+        self.environment["DISPLAY"] = ":" + self.start_ready("Xvfb", *screen, "-displayfd")
+        # The first key switches to another keyboard, at which a running window manager releases its
+        # shortcuts for a moment.
         self.keys("Shift_L")
-        # What is mapped before it runs its command may stay unseen.
+        # Windows mapped before openbox runs its command may stay unmanaged.
         runs = self.home / "openbox-runs"
         self.start("openbox", "--sm-disable", "--startup", f"touch {runs}")
         eventually(runs.exists)
@@ -67,6 +64,14 @@ class Desktop:
             )
         self.cleanup(self.end, process)
         return process
+
+    def start_ready(self, *command):
+        """Returns what the command, once ready, writes to the descriptor appended to it."""
+        reader, writer = os.pipe()
+        self.start(*command, str(writer), pass_fds=[writer])
+        os.close(writer)
+        with os.fdopen(reader) as line:
+            return line.readline().strip()
 
     @staticmethod
     def end(process, how=signal.SIGTERM):
@@ -85,14 +90,23 @@ class Desktop:
         place = "--edge top --align right --widthtype request --height 28".split()
         return self.start("trayer", *place, "--SetDockType", "true", "--expand", "true")
 
+    def has_tray(self):
+        """Whether programs find a tray: its panel shows before it owns the selection."""
+        x11 = ctypes.CDLL("libX11.so.6")
+        x11.XOpenDisplay.restype = ctypes.c_void_p
+        display = ctypes.c_void_p(x11.XOpenDisplay(self.environment["DISPLAY"].encode()))
+        owner = x11.XGetSelectionOwner(display, x11.XInternAtom(display, b"_NET_SYSTEM_TRAY_S0", 0))
+        x11.XCloseDisplay(display)
+        return owner != 0
+
     def run(self, *command, check=False):
-        """What the command writes."""
+        """Returns what the command writes."""
         return subprocess.run(
             command, env=self.environment, capture_output=True, timeout=30, text=True, check=check
         ).stdout
 
     def shown(self, name=TITLE):
-        """Numbers of the windows of this title: those of the window manager, and the others."""
+        """The visible windows of this title: those of the window manager, and the others."""
         tree = self.run("xwininfo", "-root", "-tree")
         named = re.findall(r'^ *(0x[0-9a-f]+) "(.*)": \(', tree, re.MULTILINE)
         numbers = {int(number, 16) for number, title in named if title == name}
@@ -107,8 +121,17 @@ class Desktop:
     def icons_and_menus(self):
         return self.shown()[1]
 
+    def icon_or_menu_at(self, x, y):
+        for window in map(str, self.icons_and_menus()):
+            text = self.run("xwininfo", "-id", window)
+            found = re.findall(r"^ *(?:Absolute .*|Width|Height): +(-?\d+)$", text, re.MULTILINE)
+            left, top, width, height = map(int, found or "0000")
+            if left <= x < left + width and top <= y < top + height:
+                return window
+        return None
+
     def window(self, name=TITLE):
-        """The window, once it shows and has the focus."""
+        """Returns the window once it is visible and focused."""
         window = eventually(lambda: self.windows(name))[0]
         eventually(lambda: self.run("xdotool", "getwindowfocus").strip() == window)
         return window
@@ -116,11 +139,16 @@ class Desktop:
     def gone(self, name=TITLE):
         eventually(lambda: not self.windows(name))
 
-    def keys(self, *names):
-        self.run("xdotool", "key", "--clearmodifiers", "--delay", "15", *names, check=True)
+    def keys(self, *names, window=None):
+        """A `window` gets the keys even before it grabs the keyboard; it may end at the last one."""
+        target = ["--window", window] if window else ["--clearmodifiers"]
+        self.run("xdotool", "key", "--delay", "0", *target, *names, check=not window)
 
     def type(self, text):
-        self.run("xdotool", "type", "--delay", "15", text, check=True)
+        self.run("xdotool", "type", "--delay", "0", text, check=True)
+
+    def clipboard(self):
+        return self.run("xclip", "-selection", "clipboard", "-out")
 
 
 class OnADesktop(unittest.TestCase):

@@ -1,4 +1,4 @@
-"""The program on a desktop, from the first start on: what is clicked, typed, shown and copied."""
+"""The program on a desktop from its first start: what the user clicks, types, sees and copies."""
 
 import signal
 import unittest
@@ -7,26 +7,30 @@ from desktop import OnADesktop, fetch
 from served import eventually, free_port
 
 PANEL = "Choose a folder to share."
+ICON = (1010, 14)  # a point in the only icon of the tray
+MENU = (1000, 90)  # a point in the menu opened there, below where a tool tip ends
 
 
 class InATray(OnADesktop):
     def setUp(self):
         super().setUp()
         self.desktop.start_tray()
-        eventually(lambda: self.desktop.windows("panel"))
+        eventually(self.desktop.has_tray)
 
     def start_in_tray(self):
         program = self.desktop.start_server()
-        eventually(self.desktop.icons_and_menus)
+        eventually(lambda: self.desktop.icon_or_menu_at(*ICON))
         self.assertEqual(self.desktop.windows(), [])
         return program
 
-    def open_menu(self, button):
-        self.desktop.run("xdotool", "mousemove", "1010", "14", "click", button, check=True)
-        eventually(lambda: len(self.desktop.icons_and_menus()) == 2)
+    def choose(self, button, *keys):
+        """Opens the menu with this button of the mouse and presses the keys in it."""
+        self.desktop.run("xdotool", "mousemove", *map(str, ICON), "click", button, check=True)
+        menu = eventually(lambda: self.desktop.icon_or_menu_at(*MENU))
+        self.desktop.keys(*keys, window=menu)
 
     def type_port(self, *keys):
-        """Types a free port after these keys have led there, and returns it once it is stored."""
+        """Presses the keys that lead to the port, types a free one and returns it once stored."""
         port = free_port()
         self.desktop.keys(*keys, "ctrl+a")
         self.desktop.type(str(port))
@@ -36,8 +40,7 @@ class InATray(OnADesktop):
     def test_shares_over_http_and_then_over_ftp(self):
         desktop = self.desktop
         program = self.start_in_tray()
-        self.open_menu("3")
-        desktop.keys("Down", "Down", "Return")
+        self.choose("3", "Down", "Down", "Return")
         window = desktop.window()
 
         desktop.keys("space")
@@ -49,17 +52,19 @@ class InATray(OnADesktop):
         url = f"http://127.0.0.1:{self.type_port('Tab', 'Tab')}/"
         desktop.keys("Return")
         self.assert_serves(url)
-        desktop.keys("Tab", "Tab", "Down", "Down")  # to the copy formats, the third of which is
-        eventually(lambda: desktop.run("xclip", "-selection", "clipboard", "-out") == url)
+        desktop.keys("Tab")  # to the information, which tells when links can be copied
+        eventually(lambda: desktop.keys("ctrl+a", "ctrl+c") or url in desktop.clipboard())
+        desktop.keys("Tab", "Down", "Down")  # to the third copy format
+        eventually(lambda: desktop.clipboard() == url)
         self.assertEqual(self.stored("copyFormat"), "Local link")
-        self.open_menu("1")
-        desktop.keys("Down", "Return")
+        self.choose("1", "Down", "Return")
         eventually(lambda: fetch(url) == "")
 
         desktop.end(program, signal.SIGKILL)
+        eventually(lambda: not any(desktop.shown()))
         program = self.start_in_tray()
         self.start_again()
-        # With a folder the window begins at the start button.
+        # Once a folder is chosen, the start button has the initial focus.
         port = self.type_port("shift+Tab", "shift+Tab", "shift+Tab", "Down", "Tab")
         desktop.keys("Return")
         self.assert_serves(f"ftp://127.0.0.1:{port}/")
@@ -72,7 +77,7 @@ class InATray(OnADesktop):
 
 
 class WithoutATray(OnADesktop):
-    # Here Return presses the button that has the keyboard, if nobody objects.
+    # With this theme Return presses the focused button by default.
     environment = {"QT_QPA_PLATFORMTHEME": "gnome"}
 
     def test_closing_the_window_ends_a_program_that_serves_nothing(self):

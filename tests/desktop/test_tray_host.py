@@ -1,5 +1,5 @@
-"""The tray icon and its menu as a StatusNotifier host gets them, and one program for each session
-bus."""
+"""The tray icon and its menu as a StatusNotifier host receives them, and the single program on a
+session bus."""
 
 import unittest
 
@@ -12,8 +12,8 @@ class InATrayHost(OnADesktop):
     def setUp(self):
         super().setUp()
         address = self.desktop.environment["DBUS_SESSION_BUS_ADDRESS"]
-        self.desktop.start("dbus-daemon", "--session", "--nofork", "--address", address)
-        eventually((self.desktop.home / "bus").exists)
+        bus = ["dbus-daemon", "--session", "--nofork", "--address", address, "--print-address"]
+        self.desktop.start_ready(*bus)
         self.host = TrayHost(address)
 
     def test_the_menu_follows_the_server(self):

@@ -1,5 +1,5 @@
-"""A tray host as desktops have it: org.kde.StatusNotifierWatcher and the com.canonical.dbusmenu
-of the icon that registered, on a session bus."""
+"""A desktop's tray host on a session bus: org.kde.StatusNotifierWatcher, and a client of the
+registered icon's com.canonical.dbusmenu."""
 
 import re
 import threading
@@ -14,12 +14,12 @@ INTERFACE = """<node><interface name="org.kde.StatusNotifierWatcher">
   <signal name="StatusNotifierHostRegistered"/>
 </interface></node>"""
 
-# The hosts answer in this thread.
+# Calls to the hosts are answered on this thread.
 threading.Thread(target=GLib.MainLoop().run, daemon=True).start()
 
 
 class TrayHost:
-    """A watcher at once; there is a host from `appear` on, and an icon when `icon` names one."""
+    """A watcher without a host until `appear`; `icon` is the bus name of the registered icon."""
 
     def __init__(self, address):
         flags = Gio.DBusConnectionFlags
@@ -30,7 +30,8 @@ class TrayHost:
         self.icon = None
         interface = Gio.DBusNodeInfo.new_for_xml(INTERFACE).interfaces[0]
         self.bus.register_object("/StatusNotifierWatcher", interface, self.register, self.read)
-        Gio.bus_own_name_on_connection(self.bus, WATCHER, Gio.BusNameOwnerFlags.NONE)
+        daemon = "org.freedesktop.DBus"
+        self.proxy(daemon, "/org/freedesktop/DBus", daemon).RequestName("(su)", WATCHER, 0)
 
     def register(self, _bus, sender, _path, _interface, _method, arguments, invocation):
         (name,) = arguments.unpack()
@@ -47,18 +48,18 @@ class TrayHost:
         signal = (WATCHER, "StatusNotifierHostRegistered")
         self.bus.emit_signal(None, "/StatusNotifierWatcher", *signal, None)
 
-    def proxy(self, path, interface):
-        return Gio.DBusProxy.new_sync(self.bus, 0, None, self.icon, path, interface, None)
+    def proxy(self, name, path, interface):
+        return Gio.DBusProxy.new_sync(self.bus, 0, None, name, path, interface, None)
 
     def property(self, name):
-        icon = self.proxy("/StatusNotifierItem", "org.kde.StatusNotifierItem")
+        icon = self.proxy(self.icon, "/StatusNotifierItem", "org.kde.StatusNotifierItem")
         return icon.get_cached_property(name).unpack()
 
     def menu(self):
-        return self.proxy(self.property("Menu"), "com.canonical.dbusmenu")
+        return self.proxy(self.icon, self.property("Menu"), "com.canonical.dbusmenu")
 
     def entries(self):
-        """Each entry's text as its user sees it, and its number."""
+        """The entries' texts as the user sees them, with their numbers."""
         _, (_, _, entries) = self.menu().GetLayout("(iias)", 0, -1, [])
         return [(self.text(properties), number) for number, properties, _ in entries]
 
@@ -69,7 +70,7 @@ class TrayHost:
     def text(properties):
         if properties.get("type") == "separator":
             return "-"
-        # An underscore marks the letter after it.
+        # An underscore marks the next character as a mnemonic.
         label = re.sub("_(.)", r"\1", properties["label"])
         return label if properties.get("enabled", True) else f"({label})"
 
