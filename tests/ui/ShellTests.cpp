@@ -1,6 +1,7 @@
 #include "ui/desktop/MenuText.h"
 #include "ui/desktop/QtMainQueue.h"
 
+#include <QDeadlineTimer>
 #include <QTest>
 #include <array>
 #include <gtest/gtest.h>
@@ -20,13 +21,21 @@ TEST(MenuTextTests, ShowsEveryCharacter) {
 
 TEST(QtMainQueueTests, RunsInOrderOnTheMainThreadAndNeverInTheCall) {
     QtMainQueue queue;
+    const auto mainThread = std::this_thread::get_id();
     std::vector<int> ran;
-    queue.postAfter(std::chrono::milliseconds(30), [&] { ran.push_back(3); });
-    queue.post([&] { ran.push_back(1); });
-    std::thread([&] { queue.post([&] { ran.push_back(2); }); }).join();
+    const auto run = [&](int task) {
+        EXPECT_EQ(std::this_thread::get_id(), mainThread);
+        ran.push_back(task);
+    };
+    queue.post([&] { run(1); });
+    std::thread([&] { queue.post([&] { run(2); }); }).join();
     EXPECT_TRUE(ran.empty());
-    EXPECT_TRUE(QTest::qWaitFor([&] { return ran.size() == 3; }, 5000));
-    EXPECT_EQ(ran, (std::vector{1, 2, 3}));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return ran == std::vector{1, 2}; }, 20'000));
+
+    const std::chrono::milliseconds delay(30);
+    const QDeadlineTimer due(delay, Qt::PreciseTimer);
+    queue.postAfter(delay, [&] { run(due.hasExpired() ? 3 : 0); });
+    EXPECT_TRUE(QTest::qWaitFor([&] { return ran == std::vector{1, 2, 3}; }, 20'000));
 }
 
 } // namespace quorvel::ui

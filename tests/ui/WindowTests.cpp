@@ -13,7 +13,7 @@ namespace quorvel::ui {
 
 using namespace std::string_literals;
 
-/// A window on a model among fakes.
+/// A window on a model whose services are fakes.
 class Window : public model::ModelFixture {
   protected:
     void open(std::shared_ptr<model::ServerModel> model, const QString& version = "1.0.0") {
@@ -34,7 +34,7 @@ class Window : public model::ModelFixture {
         return child(name).property("text").toString().toStdString();
     }
 
-    /// What the user types over the field's text; the editing does not end.
+    /// Replaces the field's text as the user does by typing, without finishing the editing.
     void type(const char* field, const QString& text) const {
         auto& edit = child(field);
         edit.setFocus();
@@ -46,7 +46,7 @@ class Window : public model::ModelFixture {
         }
     }
 
-    /// The start button's title, what can be used, and the information.
+    /// Checks the start button's title, which controls are enabled, and the information.
     void expectShown(const std::string& button, const std::string& enabled,
                      const std::string& info) const {
         EXPECT_EQ(text("startButton"), button);

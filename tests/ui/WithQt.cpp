@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 
-/// One QApplication around all tests, on Qt's platform without a screen.
+/// One QApplication for all tests, on Qt's offscreen platform.
 class WithQt final : public testing::Environment {
     void SetUp() override {
         qputenv("QT_QPA_PLATFORM", "offscreen");
