@@ -1,6 +1,5 @@
 #include "platform/Process.h"
 #include "platform/network/WorkQueue.h"
-#include "ui/Resources.h"
 #include "ui/desktop/DesktopApplication.h"
 #include "ui/desktop/OneInstance.h"
 #include "ui/desktop/QtMainQueue.h"
@@ -19,7 +18,6 @@ void describeProgram() {
     QCoreApplication::setApplicationVersion(QUORVEL_VERSION);
     QGuiApplication::setDesktopFileName("io.quorvel.Server");
     QGuiApplication::setQuitOnLastWindowClosed(false);
-    loadResources();
     QGuiApplication::setWindowIcon(QIcon(":/icons/io.quorvel.Server.svg"));
 }
 
@@ -48,6 +46,7 @@ int main(int argumentCount, char** arguments) {
         std::fputs("usage: quorvel-server\n", stderr);
         return 2;
     }
+    Q_INIT_RESOURCE(icons); // a static library's resources are not registered by themselves
     ui::describeProgram();
     // Declared here so that it outlives the servers' threads, which hold references to it.
     const auto mainQueue = std::make_shared<ui::QtMainQueue>();

@@ -1,5 +1,3 @@
-#include "ui/Resources.h"
-
 #include <QApplication>
 #include <gtest/gtest.h>
 #include <memory>
@@ -12,7 +10,7 @@ class WithQt final : public testing::Environment {
         static char name[] = "ui_tests";
         static char* arguments[] = {name, nullptr};
         application_ = std::make_unique<QApplication>(count, arguments);
-        quorvel::ui::loadResources();
+        Q_INIT_RESOURCE(icons);
     }
     void TearDown() override { application_.reset(); }
 
