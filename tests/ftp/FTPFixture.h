@@ -8,7 +8,7 @@ namespace quorvel::ftp {
 
 using FTPFolder = test::ServedFolder<FTPFileServer>;
 
-/// A control connection that has been greeted.
+/// A control connection that has received the greeting.
 class FTPClient : public test::SocketClient {
   public:
     explicit FTPClient(std::uint16_t port, const std::string& address = "127.0.0.1")
@@ -35,7 +35,7 @@ class FTPClient : public test::SocketClient {
     }
     test::SocketClient openData() { return test::SocketClient(passivePort(), serverAddress_); }
 
-    /// The two replies to a transfer command, and what it brings on its data connection.
+    /// Returns both replies to a transfer command, then the content of its data connection.
     std::string transfer(const std::string& command) {
         SocketClient data = openData();
         const std::string started = ask(command);

@@ -81,7 +81,7 @@ TEST_F(FTPTransfers, DownloadsToTheByte) {
 
 TEST_F(FTPTransfers, DataConnectionMayComeBeforeOrAfterTheCommand) {
     for (const auto* const passive : {"PASV", "EPSV", "EPSV ALL", "EPSV 1"}) {
-        // Without a port, and after the transfer that used it, the command waits in silence.
+        // Without a data port, or once a transfer has used it, the command waits without a reply.
         client.send("LIST\r\n");
         EXPECT_EQ(client.ask("NOOP"), "200 OK\r\n");
         const auto dataPort = client.passivePort(passive);
@@ -90,7 +90,7 @@ TEST_F(FTPTransfers, DataConnectionMayComeBeforeOrAfterTheCommand) {
         EXPECT_EQ(SocketClient(dataPort).receiveAll(), "big\r\n");
         EXPECT_EQ(client.receiveUntil("OK.\r\n"), listed);
     }
-    // A further PASV closes what the one before opened, and drops the command that waits.
+    // Another PASV closes what the previous one opened and drops the waiting command.
     SocketClient replaced = client.openData();
     client.passivePort();
     client.send("LIST\r\n");
@@ -146,7 +146,7 @@ TEST_F(FTPTransfers, QuitClosesItsSessionAlone) {
     EXPECT_EQ(other.ask("NOOP"), "200 OK\r\n");
 }
 
-/// One client for each thing that a session may hold open.
+/// One client for each kind of resource that a session may hold.
 TEST(FTPStop, ClosesEverythingInEveryWay) {
     for (const auto& [stops, releases] : {std::pair{true, false}, {true, true}, {false, true}}) {
         FTPFolder served;

@@ -7,7 +7,6 @@
 
 namespace quorvel::http {
 
-using namespace std::chrono_literals;
 using HTTPFolder = test::ServedFolder<HTTPFileServer>;
 
 static std::string head(const std::string& status, const std::string& type, std::size_t length,
@@ -38,7 +37,7 @@ const std::string cannotOpen = text("500 Internal Server Error", "Cannot open fi
 const std::string partial = head("206 Partial Content", "text/plain; charset=utf-8", 3,
                                  "Accept-Ranges: bytes\r\nContent-Range: bytes 2-4/10\r\n");
 
-/// A folder that holds one of everything.
+/// A folder with one item of each kind.
 class Answers : public testing::Test, protected HTTPFolder {
   protected:
     Answers() {
@@ -136,7 +135,7 @@ TEST_F(Answers, DoNotDependOnHowTheHeadArrives) {
         test::SocketClient client(port, size % 2 == 0 ? "127.0.0.1" : "::1");
         for (std::size_t i = 0; i < request.size(); i += size) {
             client.send(request.substr(i, size));
-            std::this_thread::sleep_for(2ms);
+            client.waitUntilTaken();
         }
         EXPECT_EQ(client.receiveAll(), partial + "234") << "in pieces of " << size;
     }

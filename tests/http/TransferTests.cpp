@@ -7,7 +7,6 @@
 
 namespace quorvel::http {
 
-using namespace std::chrono_literals;
 using test::SocketClient;
 using test::startAndWait;
 using testing::StartsWith;
@@ -15,7 +14,7 @@ using HTTPFolder = test::ServedFolder<HTTPFileServer>;
 
 constexpr std::size_t MiB = 1 << 20;
 
-/// Has received its head.
+/// A download whose head has been received.
 static SocketClient startDownload(const HTTPFolder& served) {
     SocketClient client(served.port);
     client.send("GET /big HTTP/1.1\r\n\r\n");
@@ -54,14 +53,14 @@ TEST(Transfer, EndsEarlyWhenTheFileShrinksAndOnTimeWhenItGrows) {
 
 TEST(Transfer, IsNotCutByWhatItsClientSendsMeanwhile) {
     const HTTPFolder served;
-    const std::string rest(50'000, 'y'); // the kernel holds it for a client with a small buffer
+    const std::string rest(50'000, 'y'); // the kernel buffers it
     served.folder.write("big", std::string(300'000, 'x') + '!' + rest);
     auto client = startDownload(served);
     client.limitBuffer(8192);
     client.receiveUntil("!");
-    std::this_thread::sleep_for(100ms);
+    client.waitUntilFinished();
     EXPECT_TRUE(client.send("GET / HTTP/1.1\r\n\r\n"));
-    std::this_thread::sleep_for(100ms);
+    client.waitUntilTaken();
     EXPECT_TRUE(client.receiveAll() == rest);
     EXPECT_FALSE(client.wasReset());
 }
@@ -76,6 +75,7 @@ TEST(Stop, FreesThePortAndWithReleaseEndsTransfersToo) {
         for (int i = 0; i < 5; ++i) {
             downloads.push_back(startDownload(served));
             heads.emplace_back(served.port).send("GET / HT");
+            heads.back().waitUntilTaken();
         }
         const auto early = HTTPFileServer::create(served.folder.path(), served.port, std::nullopt);
         EXPECT_EQ(startAndWait(*early), "That port is already in use.");
@@ -94,7 +94,7 @@ TEST(Stop, FreesThePortAndWithReleaseEndsTransfersToo) {
     }
 }
 
-/// Lets only so many descriptors more be opened.
+/// Limits how many more descriptors may be opened.
 class FewDescriptors {
   public:
     explicit FewDescriptors(rlim_t count) {
@@ -113,9 +113,10 @@ TEST(OutOfDescriptors, NoFileIsSaidToBeMissing) {
     const HTTPFolder served;
     served.folder.write("small", "quick");
     SocketClient accepted(served.port);
-    std::this_thread::sleep_for(500ms);
+    accepted.send("GET /small HTTP/1.1\r\n");
+    accepted.waitUntilTaken();
     const FewDescriptors none(0);
-    accepted.send("GET /small HTTP/1.1\r\n\r\n");
+    accepted.send("\r\n");
     EXPECT_THAT(accepted.receiveAll(), testing::EndsWith("Cannot open file"));
 }
 

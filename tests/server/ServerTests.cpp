@@ -61,7 +61,7 @@ TEST(DecimalInteger, TakesASignAndDigitsWithin64Bits) {
         EXPECT_EQ(decimalInteger(wrong), std::nullopt) << wrong;
 }
 
-/// Sorted as a process with this language does; a thread of its own, because each keeps its locale.
+/// Sorts as a process with this language does; in a new thread, as each caches its locale.
 static Names sorted(const Names& names, const char* language) {
     unsetenv("LC_ALL");
     unsetenv("LC_COLLATE");
@@ -79,7 +79,7 @@ static Names sorted(const Names& names, const char* language) {
 TEST(SortByName, OrdersAsAFileManagerDoes) {
     const char* const unset = nullptr;
     for (const char* const language : {"C.UTF-8", "C", "", "en_US.UTF-8", "no_SUCH.locale", unset})
-        // Equal names keep their order, spaces and hyphens count.
+        // Equal names keep their order; spaces and hyphens count.
         for (const auto& [names, expected] : std::initializer_list<std::pair<Names, Names>>{
                  {{"file10", "B", "file2", "a", "C"}, {"a", "B", "C", "file2", "file10"}},
                  {{"a<b>.txt", "Photos & Videos", "photos"},

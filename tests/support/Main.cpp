@@ -1,3 +1,5 @@
+#include "support/SocketClient.h"
+
 #include "platform/Process.h"
 #include "platform/files/Confinement.h"
 #include "platform/network/WorkQueue.h"
@@ -15,8 +17,8 @@ std::atomic<int> wrongCloses = 0;
 
 } // namespace
 
-/// Stands before the system's for everything in the tests: a descriptor that is closed twice is
-/// somebody else's the second time, sooner or later.
+/// Interposes close(2): a descriptor that is closed twice may belong to something else the second
+/// time.
 extern "C" int close(int descriptor) {
     static const auto next = reinterpret_cast<int (*)(int)>(dlsym(RTLD_NEXT, "close"));
     const int result = next(descriptor);
@@ -26,14 +28,14 @@ extern "C" int close(int descriptor) {
 
 int main(int argumentCount, char** arguments) {
     quorvel::platform::prepareProcess();
-    // A sanitizer's report from a confined thread has no symbols; this brings them back.
+    // A confined thread cannot read the symbols for a sanitizer's report.
     if (std::getenv("QUORVEL_TEST_UNCONFINED") != nullptr)
         quorvel::platform::setConfinementEnabled(false);
-    // ThreadSanitizer starts a thread of its own with the first one, and tests count threads.
+    // ThreadSanitizer starts its own thread with the first one, and tests count threads.
     std::thread([] {}).join();
     testing::InitGoogleTest(&argumentCount, arguments);
     const int result = RUN_ALL_TESTS();
-    if (!quorvel::platform::WorkQueue::waitUntilAllEnded(std::chrono::seconds(5))) {
+    if (!quorvel::platform::WorkQueue::waitUntilAllEnded(quorvel::test::patience)) {
         std::fputs("Threads of a released queue are still running.\n", stderr);
         return 1;
     }

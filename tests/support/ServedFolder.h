@@ -6,11 +6,31 @@
 #include "server/Credentials.h"
 #include "server/FolderServer.h"
 
+#include <atomic>
+#include <cstring>
 #include <future>
+#include <unistd.h>
 
 namespace quorvel::test {
 
-/// Starts a server and waits for its first callback: "ready", or the message of the error.
+/// A port on which nothing listens, from below the ephemeral range: a client could be given one of
+/// those before the server binds to it.
+inline std::uint16_t freePort() {
+    constexpr int first = 10'000, count = 20'000, perProcess = 101;
+    static std::atomic<int> next = getpid() * perProcess % count;
+    for (int tries = count; tries > 0; --tries) {
+        const platform::Descriptor probe(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<std::uint16_t>(first + next++ % count));
+        if (bind(probe.number(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0)
+            return ntohs(address.sin_port);
+    }
+    ADD_FAILURE() << "no free port: " << std::strerror(errno);
+    return 0;
+}
+
+/// Starts the server and waits for its first callback: "ready", or the error's message.
 inline std::string startAndWait(server::FolderServer& server) {
     const auto outcome = std::make_shared<std::promise<std::string>>();
     const auto set = [outcome, once = std::make_shared<std::once_flag>()](const std::string& text) {
@@ -22,7 +42,7 @@ inline std::string startAndWait(server::FolderServer& server) {
     return outcome->get_future().get();
 }
 
-/// A folder of its own, served on a free port; at the end nothing may be left open.
+/// A temporary folder, served on a free port. Nothing may be left open on destruction.
 template <class Server>
 class ServedFolder {
   public:
@@ -34,7 +54,7 @@ class ServedFolder {
         if (server) server->stop();
     }
 
-    /// Sends the bytes as they are and returns everything up to the end of the stream.
+    /// Sends the bytes and returns everything up to the end of the stream.
     std::string exchange(std::string_view bytes) const {
         SocketClient client(port);
         EXPECT_TRUE(client.send(bytes));

@@ -1,38 +1,54 @@
 #pragma once
 
+#include "support/TCPEnd.h"
+
 #include "platform/Descriptor.h"
 
 #include <array>
-#include <atomic>
 #include <chrono>
-#include <cstring>
 #include <gtest/gtest.h>
+#include <linux/sockios.h>
 #include <netdb.h>
 #include <netinet/in.h>
-#include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <thread>
-#include <unistd.h>
 
 namespace quorvel::test {
 
-using Clock = std::chrono::steady_clock;
+/// Bounds every wait. Long enough for any machine: only a test that fails waits for it.
+constexpr std::chrono::seconds patience{60};
 
-/// A client that blocks, for looking at the bytes on the wire. Every wait is bounded.
+/// Polls until the condition holds; returns false if it does not.
+template <class Condition>
+bool eventually(Condition condition) {
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+/// A blocking client that sees the bytes on the wire. Every wait is bounded.
 class SocketClient {
   public:
-    /// Connects to the address; a test assertion tells when it fails.
+    /// Connects to the address; failure is a failed assertion.
     explicit SocketClient(std::uint16_t port, const std::string& address = "127.0.0.1") {
-        addrinfo numeric{AI_NUMERICHOST, AF_UNSPEC, SOCK_STREAM, 0, 0, nullptr, nullptr, nullptr};
+        addrinfo numeric{};
+        numeric.ai_flags = AI_NUMERICHOST | AI_V4MAPPED;
+        numeric.ai_family = AF_INET6;
         addrinfo* target = nullptr;
         EXPECT_EQ(getaddrinfo(address.c_str(), std::to_string(port).c_str(), &numeric, &target), 0);
-        socket_.reset(socket(target->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        socket_.reset(socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0));
         EXPECT_EQ(connect(descriptor(), target->ai_addr, target->ai_addrlen), 0)
             << address << " port " << port << ": errno " << errno;
         freeaddrinfo(target);
+        const timeval longest{patience.count(), 0};
+        setsockopt(descriptor(), SOL_SOCKET, SO_RCVTIMEO, &longest, sizeof longest);
     }
 
-    /// Sends all of it; false when the server has closed.
+    /// Sends all of it; returns false if the server has closed the connection.
     bool send(std::string_view bytes) const {
         while (!bytes.empty()) {
             const ssize_t count = ::send(descriptor(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
@@ -41,26 +57,39 @@ class SocketClient {
         }
         return true;
     }
-    /// More than these bytes, and what was announced before, wait at the server.
+    /// Bounds the receive buffer; a window announced earlier stays open.
     void limitBuffer(int bytes) const {
         setsockopt(descriptor(), SOL_SOCKET, SO_RCVBUF, &bytes, sizeof bytes);
     }
     void finishSending() const { shutdown(descriptor(), SHUT_WR); }
 
-    /// All bytes up to the end of the stream. `wasReset` tells how it ended.
+    /// How many of the bytes sent the server has not read yet.
+    std::size_t untaken() const {
+        int unacknowledged = 0;
+        ioctl(descriptor(), SIOCOUTQ, &unacknowledged);
+        return static_cast<std::size_t>(unacknowledged) + serverEnd().unread;
+    }
+    /// Waits until the server has read everything sent, which it may still be handling.
+    void waitUntilTaken() const {
+        EXPECT_TRUE(eventually([&] { return untaken() == 0; }));
+    }
+    /// Waits until the server has closed its sending side; its kernel may still be sending.
+    void waitUntilFinished() const {
+        EXPECT_TRUE(eventually([&] { return serverEnd().state != TCP_ESTABLISHED; }));
+    }
+
+    /// Returns all bytes up to the end of the stream; `wasReset` tells how it ended.
     std::string receiveAll() {
-        const auto deadline = Clock::now() + limit;
-        while (receiveMore(deadline)) {
+        while (receiveMore()) {
         }
         EXPECT_TRUE(hasEnded_) << "the server did not close the connection";
         return std::exchange(buffer_, {});
     }
-    /// Bytes up to and including the first occurrence of `mark`; what came until the end or the
-    /// limit when it never comes.
+    /// Returns the bytes up to and including the first `mark`, or everything received if the stream
+    /// ends or the time runs out without it.
     std::string receiveUntil(std::string_view mark) {
-        const auto deadline = Clock::now() + limit;
         while (!buffer_.contains(mark))
-            if (!receiveMore(deadline)) return std::exchange(buffer_, {});
+            if (!receiveMore()) return std::exchange(buffer_, {});
         const std::string result = buffer_.substr(0, buffer_.find(mark) + mark.size());
         buffer_.erase(0, result.size());
         return result;
@@ -71,19 +100,22 @@ class SocketClient {
     int descriptor() const { return socket_.number(); }
 
   private:
-    static constexpr std::chrono::seconds limit{20};
+    TCPEnd serverEnd() const { return tcpEnd(address(getpeername), address(getsockname)); }
 
-    bool receiveMore(Clock::time_point deadline) {
-        using std::chrono::milliseconds;
-        const auto left = std::chrono::duration_cast<milliseconds>(deadline - Clock::now()).count();
-        pollfd waiting{descriptor(), POLLIN, 0};
-        if (left <= 0 || poll(&waiting, 1, static_cast<int>(left)) <= 0) return false;
+    sockaddr_in6 address(int (*getName)(int, sockaddr*, socklen_t*)) const {
+        sockaddr_in6 result{};
+        socklen_t length = sizeof result;
+        getName(descriptor(), reinterpret_cast<sockaddr*>(&result), &length);
+        return result;
+    }
+
+    bool receiveMore() {
         std::array<char, 65536> bytes;
         const ssize_t count = recv(descriptor(), bytes.data(), bytes.size(), 0);
-        wasReset_ = count < 0;
-        hasEnded_ = count <= 0;
-        if (!hasEnded_) buffer_.append(bytes.data(), static_cast<std::size_t>(count));
-        return !hasEnded_;
+        wasReset_ = count < 0 && errno != EAGAIN;
+        hasEnded_ = count == 0 || wasReset_;
+        if (count > 0) buffer_.append(bytes.data(), static_cast<std::size_t>(count));
+        return count > 0;
     }
 
     platform::Descriptor socket_;
@@ -91,33 +123,5 @@ class SocketClient {
     bool hasEnded_ = false;
     bool wasReset_ = false;
 };
-
-/// A port on which nothing listens at the moment. From below those that the system gives to
-/// clients: one of these could be taken again before the server gets to it.
-inline std::uint16_t freePort() {
-    constexpr int first = 10'000, count = 20'000, perProcess = 101;
-    static std::atomic<int> next = getpid() * perProcess % count;
-    for (int tries = count; tries > 0; --tries) {
-        const platform::Descriptor probe(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(static_cast<std::uint16_t>(first + next++ % count));
-        if (bind(probe.number(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0)
-            return ntohs(address.sin_port);
-    }
-    ADD_FAILURE() << "no free port: " << std::strerror(errno);
-    return 0;
-}
-
-/// Asks until the condition holds; false after the limit.
-template <class Condition>
-bool eventually(Condition condition, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
-    const auto deadline = Clock::now() + limit;
-    while (!condition()) {
-        if (Clock::now() > deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
-}
 
 } // namespace quorvel::test

@@ -9,7 +9,7 @@
 
 namespace quorvel::test {
 
-/// A folder of its own for one test, deleted with everything in it at the end.
+/// A temporary folder, deleted with its content on destruction.
 class TemporaryFolder {
   public:
     TemporaryFolder() {
@@ -27,7 +27,7 @@ class TemporaryFolder {
     const std::string& path() const { return path_; }
     std::string path(std::string_view name) const { return path_ + "/" + std::string(name); }
 
-    /// Each makes missing parent folders and returns the absolute path.
+    /// These create missing parent folders and return the absolute path.
     std::string makeFolder(std::string_view name) const {
         std::filesystem::create_directories(path(name));
         return path(name);
@@ -50,7 +50,7 @@ class TemporaryFolder {
     std::string path_;
 };
 
-/// Content in which every position is recognisable, so that a shifted transfer shows.
+/// Content that makes a shifted transfer noticeable.
 inline std::string patternedContent(std::size_t size) {
     std::string content(size, '\0');
     for (std::size_t i = 0; i < size; ++i)
