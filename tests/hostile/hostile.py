@@ -1,4 +1,4 @@
-"""What the hostile tests share: a server under watch, and clients that misbehave."""
+"""Shared by the hostile tests: a server that is monitored, and clients that misbehave."""
 
 import contextlib
 import html
@@ -10,15 +10,16 @@ import struct
 import time
 import urllib.parse
 
-from served import ServedFolder, eventually
+from served import PATIENCE, ServedFolder, eventually
 
 TICKS = os.sysconf("SC_CLK_TCK")
-# Of a processor: a thread that spins takes all it gets, and even on a busy machine that is more.
+# Share of a processor. A thread that spins gets more, unless the machine is very busy; then it
+# may go unnoticed, but an idle server is never taken for one that spins.
 SPINNING = 0.1
 
 
 class Usage:
-    """What a process has used so far, and holds now."""
+    """The CPU time that a process has used, and the memory and descriptors it holds."""
 
     def __init__(self, pid):
         fields = pathlib.Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()
@@ -32,13 +33,13 @@ class Usage:
 
 
 class Client:
-    """A socket; what it receives is kept, and every wait is bounded."""
+    """A blocking socket with a buffer; every wait is bounded."""
 
     def __init__(self, port, receive_buffer=None):
         self.socket = socket.socket()
         if receive_buffer:
             self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, receive_buffer)
-        self.socket.settimeout(20)
+        self.socket.settimeout(PATIENCE)
         self.socket.connect(("127.0.0.1", port))
         self.buffer = b""
 
@@ -70,7 +71,7 @@ class Client:
         return Client(numbers[1] if len(numbers) == 2 else numbers[5] * 256 + numbers[6])
 
     def transfer(self, command):
-        """The content that a command brings, or its reply where it brings none."""
+        """Returns what a command transfers, or its reply if it transfers nothing."""
         with contextlib.closing(self.data()) as data:
             reply = self.ask(command)
             if not reply.startswith(b"150"):
@@ -88,7 +89,7 @@ class Client:
 
 
 class HostileTest(ServedFolder):
-    # What was freed counts as held, as long as the sanitizer keeps it.
+    # Freed memory counts as used for as long as the sanitizer keeps it.
     environment = {"ASAN_OPTIONS": "quarantine_size_mb=1"}
 
     def usage(self):
@@ -106,14 +107,14 @@ class HostileTest(ServedFolder):
         return client
 
     def get(self, path):
-        """The status and the body, over HTTP."""
+        """Returns the status and the body, over HTTP."""
         with contextlib.closing(self.client()) as client:
             client.send(f"GET /{urllib.parse.quote_from_bytes(path)} HTTP/1.1\r\n\r\n".encode())
             head, _, body = client.rest().partition(b"\r\n\r\n")
             return int(head.split()[1]), body
 
     def ask(self, command):
-        """What a transfer brings, or the reply, over FTP."""
+        """Returns what a command transfers, or its reply, over FTP."""
         with contextlib.closing(self.session()) as client:
             return client.transfer(command)
 
@@ -123,7 +124,7 @@ class HostileTest(ServedFolder):
         return self.ask(b"RETR " + path)
 
     def names(self, path):
-        """The names in a folder, as bytes on disk."""
+        """Returns the names in a folder, as bytes on disk."""
         if self.protocol == "ftp":
             return self.ask(b"NLST " + path).split(b"\r\n")[:-1]
         links = re.findall(rb'<a class="\w+" href="([^"]*)">', self.get(path + b"/")[1])
@@ -135,11 +136,9 @@ class HostileTest(ServedFolder):
         return self.ask(b"CWD " + path).startswith(b"250")
 
     def serve_fresh_client(self):
-        """Soon, and well. Where descriptors have run out, the clients that have just gone may still
-        hold what its folder needs, and its first answer is a 500."""
-        start = time.monotonic()
+        """After descriptors have run out, clients that have just left may still hold what is needed
+        to open the folder; then the first answer is a 500."""
         eventually(lambda: self.enters(b"."))
-        self.assertLess(time.monotonic() - start, 3)
 
     def is_idle(self):
         before = self.usage().seconds
@@ -148,8 +147,8 @@ class HostileTest(ServedFolder):
 
     @contextlib.contextmanager
     def attack(self, what, limit_kib=None, hinders=False):
-        """Around one attack: at its end nothing spins, a fresh client is served, unless the attack
-        hinders that, and no more memory has been added. With it all that it held ends."""
+        """Wraps one attack. Under it the server becomes idle, serves a fresh client, unless the
+        attack hinders that, and stays within the memory limit; after it no descriptor is left."""
         self.serve_fresh_client()
         eventually(self.is_idle)
         before = self.usage()
@@ -161,6 +160,6 @@ class HostileTest(ServedFolder):
         self.doCleanups()
         self.serve_fresh_client()
         eventually(lambda: self.usage().descriptors <= before.descriptors)
-        # ThreadSanitizer's own memory hides what it watches.
+        # ThreadSanitizer's own memory hides the server's.
         if limit_kib and "libtsan" not in pathlib.Path(f"/proc/{self.server.pid}/maps").read_text():
             self.assertLess(added_kib, limit_kib, what)

@@ -1,4 +1,4 @@
-"""Clients that hold, flood, vanish or talk nonsense, against both servers."""
+"""Clients that stall, flood, vanish or send nonsense, against both servers."""
 
 import concurrent.futures
 import contextlib
@@ -11,7 +11,7 @@ MIB = 1 << 20
 
 
 def together(count, work):
-    """`work` runs that often in some threads, each time with a chooser of its own."""
+    """Runs `work` so many times on a few threads, each time with its own random choices."""
     with concurrent.futures.ThreadPoolExecutor(8) as threads:
         list(threads.map(work, map(random.Random, range(count))))
 
@@ -28,7 +28,7 @@ class Clients(HostileTest):
 
 
 class Http(Clients):
-    # How many clients send what and then nothing more, and the KiB that each may take.
+    # How many clients, what each sends before it falls silent, and the KiB that each may cost.
     silent = (
         (1000, b"GET / HTTP/1.1\r\nHost: a\r\n", 6),
         (100, b"GET / HTTP/1.1\r\n" + b"a: b\r\n" * 85_000, 2 * 1024),

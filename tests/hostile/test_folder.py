@@ -1,4 +1,4 @@
-"""Folders that change while they are read, and names and files made to confuse."""
+"""Folders that change while they are read, odd names, and files that cannot be read."""
 
 import itertools
 import os
@@ -27,7 +27,7 @@ class Http(HostileTest):
                 file.write(b"content of " + name)
 
     def turn(self, stop):
-        """One name after the other goes through every kind of entry."""
+        """Turns one entry after the other into every kind of file."""
         for number in itertools.count():
             path = self.folder / "changing" / f"entry{number % 5}"
             path.write_bytes(b"x" * 200_000)
@@ -57,7 +57,7 @@ class Http(HostileTest):
     def test_odd_names_lead_to_their_files(self):
         self.assertEqual(sorted(self.names(b"odd")), sorted(ODD_NAMES))
         for name in ODD_NAMES:
-            # What is asked for is text, over FTP in one line.
+            # A request is UTF-8 text, and an FTP command is one line.
             if name[0] != 0xFF and (self.protocol == "http" or b"\n" not in name):
                 self.assertEqual(self.read(b"odd/" + name), b"content of " + name)
 
@@ -66,9 +66,9 @@ class Ftp(Http):
     protocol = "ftp"
 
 
-@unittest.skipUnless(os.geteuid() == 0, "needs root to mount, and to be somebody else")
+@unittest.skipUnless(os.geteuid() == 0, "needs root to mount and to switch users")
 class MountedFolder(HostileTest):
-    """A file system of its own, mounted where only the server sees it."""
+    """A separate file system, mounted in the server's namespace only."""
 
     mount = ""
     user = ()
@@ -81,7 +81,7 @@ class MountedFolder(HostileTest):
 
 
 class PulledStick(MountedFolder):
-    """An ordinary user shares what is partly not theirs, until it is pulled out."""
+    """A USB stick that its user may read only in part is shared, then pulled out."""
 
     mount = (
         "mount -t tmpfs tmpfs {folder} && install -m 0 /dev/null {folder}/file && "
@@ -97,7 +97,7 @@ class PulledStick(MountedFolder):
         self.assertTrue(self.enters(b"dir"))
         self.assertEqual(self.names(b"dir"), [])
         enter = ["nsenter", "-m", "-t", str(self.server.pid)]
-        subprocess.run([*enter, "umount", str(self.folder)], check=True)  # would fail as busy
+        subprocess.run([*enter, "umount", str(self.folder)], check=True)  # fails if it is in use
         self.assertNotIn(b"file", self.names(b"."))
 
 
@@ -107,7 +107,7 @@ class PulledStickOverFtp(PulledStick):
 
 
 class FolderWithErrors(MountedFolder):
-    """Files that cannot be read, or have nothing to give yet: /proc has both."""
+    """Files that cannot be read, or have nothing to read yet: /proc has both."""
 
     protocol = "ftp"
     mount = "mount -t proc proc {folder}"
@@ -117,7 +117,7 @@ class FolderWithErrors(MountedFolder):
         self.assertIn(b"Name:", self.read(b"self/status"))
         self.assertTrue(self.read(b"self/root/etc/passwd").startswith(b"550"))
         self.assertIn(b"self", self.names(b"."))
-        self.read(b"kmsg")  # ends, although more may come one day
+        self.read(b"kmsg")  # ends, although more may follow later
         eventually(self.is_idle)
 
 

@@ -1,4 +1,4 @@
-"""What the tests with whole programs share: a folder, and the program serving it."""
+"""Shared by the tests of whole programs: a folder, and the program that serves it."""
 
 import contextlib
 import os
@@ -12,20 +12,21 @@ import tempfile
 import time
 import unittest
 
+PATIENCE = 60  # seconds; bounds every wait, and only a test that fails waits so long
 SERVE = os.environ.get("QUORVEL_SERVE", "build/asan/bin/quorvel-serve")
 
 
 def free_port():
-    """From below the ports that the system gives to clients: nothing else takes it meanwhile."""
+    """From below the ephemeral range: no client is given it before the server binds to it."""
     while True:
         with socket.socket() as probe, contextlib.suppress(OSError):
             probe.bind(("0.0.0.0", random.randrange(10_000, 30_000)))
             return probe.getsockname()[1]
 
 
-def eventually(condition, limit=20.0):
-    """The condition's first true answer; an assertion when there is none."""
-    deadline = time.monotonic() + limit
+def eventually(condition):
+    """Polls for the condition's first true value and returns it; fails if there is none."""
+    deadline = time.monotonic() + PATIENCE
     while not (answer := condition()):
         assert time.monotonic() < deadline, "waited in vain"
         time.sleep(0.03)
@@ -33,12 +34,12 @@ def eventually(condition, limit=20.0):
 
 
 class ServedFolder(unittest.TestCase):
-    """One running server for each test class; `fill` makes what it shares."""
+    """One running server for each test class; `fill` creates what it shares."""
 
     protocol = "http"
     login = ()
     environment = {}
-    launcher = ()  # stands before the server's command and must end as that process
+    launcher = ()  # precedes the server's command, and must end by executing it
 
     @classmethod
     def fill(cls, folder):
@@ -67,7 +68,7 @@ class ServedFolder(unittest.TestCase):
     def stop_server(cls):
         with contextlib.suppress(ProcessLookupError):
             cls.server.send_signal(signal.SIGTERM)
-        status = cls.server.wait(timeout=20)
+        status = cls.server.wait(timeout=PATIENCE)
         cls.server.stdout.close()
         assert status == 0, f"the server ended with {status}"
 

@@ -1,4 +1,4 @@
-"""People's programs against both servers: curl, aria2c, lftp and a browser."""
+"""Stock clients against both servers: curl, aria2c, lftp and a browser."""
 
 import html
 import os
@@ -66,7 +66,7 @@ class Http(Clients):
         ))
 
     def browse(self, path):
-        """The page as a browser has understood it."""
+        """Returns the page as the browser has parsed it."""
         options = ["--headless", "--disable-gpu", f"--user-data-dir={self.scratch}/chromium"]
         if os.geteuid() == 0:
             options.append("--no-sandbox")
@@ -88,7 +88,7 @@ class Ftp(Clients):
 
     def lftp(self, commands):
         script = (
-            "set net:max-retries 1; set net:timeout 10; set ftp:charset UTF-8; "
+            "set net:max-retries 1; set net:timeout 60; set ftp:charset UTF-8; "
             f"open -u '{','.join(self.login)}' 127.0.0.1:{self.port}; {commands}"
         )
         self.run_client("lftp", "--norc", "-c", script, limit=240)
@@ -110,5 +110,5 @@ class Ftp(Clients):
 
 
 if __name__ == "__main__":
-    del Clients  # which is no test by itself
+    del Clients  # not a test by itself
     unittest.main()
