@@ -66,8 +66,8 @@ Status FtpJob::readData() {
     transferred_ += input.bytes;
     bytes += input.bytes;
     if (!input.ended) return Status::busy;
-    // Otherwise the servers' data ports pile up in TIME_WAIT, and looking for a free one would
-    // soon be most of what is measured.
+    // Otherwise the servers' data ports pile up in TIME_WAIT, and most of the time measured would
+    // soon be the search for a free one.
     data_.closeWithReset();
     if (plan_.transferSize && *plan_.transferSize != transferred_)
         throw std::runtime_error("transferred " + std::to_string(transferred_) + " bytes");
@@ -135,7 +135,7 @@ void FtpJob::startTransfer(std::string_view reply) {
     command(Step::transfer, (listing ? "LIST " : "RETR ") + plan_.path);
 }
 
-// The last reply and the end of the data come in either order.
+// The last reply and the end of the data arrive in either order.
 void FtpJob::finishTransfer() {
     if (data_ || !transferAnswered_) return;
     if (plan_.goal == FtpPlan::Goal::session) return command(Step::quit, "QUIT");

@@ -9,19 +9,19 @@
 
 namespace quorvel::bench {
 
-/// What an FTP client does, and what to expect.
+/// What an FTP client does, and what it expects.
 struct FtpPlan {
     std::uint16_t port = 0;
     std::string user;
     std::string password;
     std::string path;
-    /// The exact length of what the data connection brings; not checked when none.
+    /// The exact number of bytes on the data connection; not checked if empty.
     std::optional<std::uint64_t> transferSize;
     enum class Goal {
-        session,   ///< Login, EPSV, RETR, QUIT, each time anew.
-        downloads, ///< One session, in it EPSV and RETR each time.
-        listings,  ///< One session, in it EPSV and LIST each time; timed from the LIST on.
-        login,     ///< Only the login; then quiet.
+        session,   ///< Each time a new session: login, EPSV, RETR, QUIT.
+        downloads, ///< One session, with EPSV and RETR each time.
+        listings,  ///< One session, with EPSV and LIST each time; timed from LIST on.
+        login,     ///< Only the login, then silence.
     } goal = Goal::session;
 };
 

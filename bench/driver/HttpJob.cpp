@@ -71,7 +71,7 @@ Status HttpJob::ready(int descriptor, std::uint32_t events) {
         poller_->change(number_, descriptor, 0);
         return Status::done;
     }
-    // What came before the server's close is all here: that spares a receive to see the end.
+    // Everything sent before the close has been read, so no further receive is needed to see it.
     const bool closed = (events & EPOLLRDHUP) != 0U && input.drained;
     return input.ended || closed ? finish() : Status::busy;
 }

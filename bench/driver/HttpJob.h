@@ -10,21 +10,21 @@
 
 namespace quorvel::bench {
 
-/// What to ask an HTTP server for, and what to expect.
+/// What an HTTP client requests, and what it expects.
 struct HttpPlan {
     std::uint16_t port = 0;
     std::string path;
     int status = 200;
-    /// The body's exact length; not checked when none.
+    /// The exact length of the body; not checked if empty.
     std::optional<std::uint64_t> bodySize;
-    /// With both, each request asks for that many bytes at a random offset of the file.
+    /// If set, each request asks for `rangeSize` bytes at a random offset of the file.
     std::uint64_t fileSize = 0;
     std::uint64_t rangeSize = 0;
-    /// How far to go: the whole exchange, or where a client turns quiet.
+    /// Where the exchange stops: at its end, or where the client falls silent.
     enum class Until { end, headBegun, bodyBegun } until = Until::end;
 };
 
-/// One request on a connection of its own, up to the server's close.
+/// One request on its own connection, up to the server's close.
 class HttpJob final : public Job {
   public:
     HttpJob(const HttpPlan& plan, std::uint32_t seed) : plan_(plan), random_(seed) {}

@@ -11,8 +11,8 @@ using Clock = std::chrono::steady_clock;
 
 enum class Status { busy, done };
 
-/// What one client does over and over: a request, a session, a transfer. Anything but the
-/// expected answer is thrown.
+/// What one client does repeatedly: a request, a session, a transfer. Throws on any answer but the
+/// expected one.
 class Job {
   public:
     Job() = default;
@@ -20,14 +20,14 @@ class Job {
     Job(const Job&) = delete;
     Job& operator=(const Job&) = delete;
 
-    /// Starts one unit of work; sockets are watched under the given number.
+    /// Starts one unit of work; its sockets are watched with `number` as their owner.
     virtual Status begin(Poller& poller, std::uint32_t number) = 0;
-    /// Goes on after an event of a watched descriptor.
+    /// Continues after an event on a watched descriptor.
     virtual Status ready(int descriptor, std::uint32_t events) = 0;
-    /// Closes everything in the middle.
+    /// Closes everything, whatever is under way.
     virtual void abandon() = 0;
 
-    /// When the measured part of the unit began.
+    /// When the timed part of the unit began.
     Clock::time_point started;
     /// Payload received over all units.
     std::uint64_t bytes = 0;

@@ -8,7 +8,7 @@ namespace quorvel::bench {
 namespace {
 
 constexpr std::chrono::seconds patience{20};
-// With so many failures the figures are worth nothing.
+// With more failures the figures are meaningless.
 constexpr std::size_t failuresAllowed = 100;
 
 } // namespace

@@ -8,8 +8,8 @@
 
 namespace quorvel::bench {
 
-/// When a load ends: after the time, or after that many units, whichever comes first. What is
-/// still under way then is finished, or cut where that would take long.
+/// When a load ends: after the time or after that many units, whichever comes first. Units under
+/// way are then completed, or abandoned if `cut` is set.
 struct LoadEnd {
     std::chrono::duration<double> time{};
     std::size_t units = 0;
@@ -22,21 +22,21 @@ struct LoadResult {
     std::string firstFailure;
     std::uint64_t bytes = 0;
     double seconds = 0;
-    /// How long each unit took.
+    /// How long each unit took, in seconds.
     std::vector<double> latencies;
 };
 
-/// Clients that each do their job again and again, on one thread.
+/// Clients that each repeat their job, on one thread.
 class Load {
   public:
     using Jobs = std::vector<std::unique_ptr<Job>>;
 
     explicit Load(Jobs jobs) : jobs_(std::move(jobs)) {}
 
-    /// Keeps all clients busy. Throws when nothing moves any more.
+    /// Keeps all clients busy. Throws if the server stops answering.
     LoadResult run(const LoadEnd& end);
 
-    /// Has each client do its job once, a few at a time, and leaves them as they are.
+    /// Runs each client's job once, a few at a time, and leaves the connections open.
     LoadResult runEachOnce(std::size_t parallel);
 
   private:
@@ -54,11 +54,11 @@ class Load {
     LoadEnd end_;
     LoadResult result_;
     Clock::time_point began_;
-    /// Indexes of the clients that are to begin their next unit.
+    /// Indexes of the clients about to begin their next unit.
     std::vector<std::size_t> waiting_;
     std::size_t active_ = 0;
     std::size_t begun_ = 0;
-    /// Where each client has one turn: the next that has not had it.
+    /// With `once_`, the first client that has not begun.
     std::size_t next_ = 0;
     bool once_ = false;
 };

@@ -6,7 +6,7 @@
 
 namespace quorvel::bench {
 
-/// The command line: a mode, then `name=value` pairs. What is missing or wrong is thrown.
+/// The command line: a mode, then `name=value` pairs. Throws on missing or invalid values.
 class Options {
   public:
     Options(int count, char** words);

@@ -7,8 +7,7 @@
 
 namespace quorvel::bench {
 
-/// Waits for many descriptors at once (epoll(7), level-triggered). A closed descriptor is
-/// forgotten by itself.
+/// Waits for many descriptors at once (epoll(7), level-triggered). Closing a descriptor removes it.
 class Poller {
   public:
     Poller();
@@ -19,7 +18,7 @@ class Poller {
     void watch(std::uint32_t owner, int descriptor, std::uint32_t events);
     void change(std::uint32_t owner, int descriptor, std::uint32_t events);
 
-    /// Empty after the timeout.
+    /// Returns the events; none after the timeout.
     std::span<epoll_event> wait(std::chrono::milliseconds timeout);
 
     static std::uint32_t owner(const epoll_event& event) {

@@ -7,12 +7,12 @@
 
 namespace quorvel::bench {
 
-/// A non-blocking TCP connection to a port of 127.0.0.1. Errors of the network are thrown as
+/// A non-blocking TCP connection to a port of 127.0.0.1. Network errors throw
 /// std::system_error.
 class Socket {
   public:
     Socket() = default;
-    /// The connection may still be coming about afterwards.
+    /// Returns while the connection may still be in progress.
     explicit Socket(std::uint16_t port);
     Socket(Socket&& other) noexcept;
     Socket& operator=(Socket&& other) noexcept;
@@ -21,18 +21,18 @@ class Socket {
     explicit operator bool() const { return number_ >= 0; }
     int number() const { return number_; }
 
-    /// False when the connection is not ready yet; otherwise all of the text was sent.
+    /// Sends all of the text; returns false if the connection is not ready yet.
     bool send(std::string_view text);
 
-    /// What one receive brought.
+    /// The outcome of one receive.
     struct Input {
         std::size_t bytes = 0;
         bool ended = false;
-        /// Nothing more had arrived.
+        /// Nothing more is waiting.
         bool drained = false;
     };
     Input receive(std::span<char> into);
-    /// The same without looking at the bytes, so that the driver is no bottleneck (MSG_TRUNC in
+    /// The same without copying the bytes, so that the driver is not the bottleneck (MSG_TRUNC in
     /// tcp(7)).
     Input discard();
 

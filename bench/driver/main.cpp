@@ -1,8 +1,8 @@
-// The load driver: one run is one load on one server, its figures one line of JSON.
+// The load driver: runs one load on one server and prints its figures as one line of JSON.
 //
 //   http | ftp-sessions | ftp-downloads | ftp-listings   port=N clients=N seconds=S [cut=1] ...
 //   http-idle | http-stalled | ftp-idle                  port=N clients=N ...: opens the clients,
-//       prints the figures and keeps the clients until its input ends.
+//       prints the figures and keeps the clients open until its input ends.
 
 #include "FtpJob.h"
 #include "HttpJob.h"
@@ -19,7 +19,7 @@ using namespace quorvel::bench;
 
 namespace {
 
-// Clients that open at the same time where all of them are to stay: within every backlog.
+// How many clients open at the same time if all of them stay: within every server's backlog.
 constexpr std::size_t openingAtOnce = 32;
 
 HttpPlan httpPlan(const Options& options) {

@@ -1,4 +1,4 @@
-"""The load driver, a program of its own: one run is one load, its figures come as JSON."""
+"""The load driver, a separate program: each run is one load and prints its figures as JSON."""
 
 import json
 import os
@@ -9,11 +9,11 @@ from harness.processes import put_ahead
 
 
 class LoadError(Exception):
-    """The server did not do what was asked."""
+    """The server did not answer as expected."""
 
 
 class Driver:
-    """Runs loads, on the given processors if any."""
+    """Runs loads, pinned to the given processors if there are any."""
 
     def __init__(self, program: Path, ahead: bool, cpus: set[int] | None = None):
         self._program = program
@@ -28,7 +28,7 @@ class Driver:
             return figures
 
     def held(self, mode: str, **options: object) -> "_Load":
-        """A context manager around clients that stay; its value is the figures of their start."""
+        """A context manager that keeps the clients connected; its value is their initial figures."""
         words = [f"{name}={value}" for name, value in options.items()]
         return _Load([str(self._program), mode, *words], self._cpus, self._ahead)
 

@@ -1,4 +1,4 @@
-"""The folder that all servers share, filled as the measures ask for it and deleted at the end."""
+"""The folder that all servers share, filled on demand and deleted at the end."""
 
 import os
 import shutil
@@ -8,13 +8,13 @@ KIB = 1024
 MIB = 1024 * KIB
 GIB = 1024 * MIB
 
-# Dates as people's folders have them: a few files to the minute, over months.
+# Realistic dates: a few files a minute, up to weeks.
 FIRST_DATE = 1_700_000_000
 DATE_STEP = 17
 
 
 class Fixtures:
-    """A context manager; files left by a run that was killed go away first."""
+    """A context manager; it first removes what a killed run left."""
 
     def __init__(self, folder: Path):
         self.folder = folder
@@ -22,7 +22,7 @@ class Fixtures:
     def __enter__(self) -> "Fixtures":
         shutil.rmtree(self.folder, ignore_errors=True)
         self.folder.mkdir(parents=True)
-        # Some servers drop to an account of no rights.
+        # Some servers switch to an unprivileged account.
         self.folder.chmod(0o755)
         return self
 
@@ -30,7 +30,7 @@ class Fixtures:
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def file(self, size: int) -> str:
-        """The name of a file of that many bytes, which is in the page cache."""
+        """Returns the name of a file of that many bytes, which is in the page cache."""
         name = f"file-{size}.bin"
         path = self.folder / name
         if not path.exists():
@@ -42,7 +42,7 @@ class Fixtures:
         return name
 
     def directory(self, entries: int) -> str:
-        """The name of a folder with so many entries; every 20th is a folder itself."""
+        """Returns the name of a folder with so many entries; every 20th is a folder itself."""
         name = f"folder-{entries}"
         path = self.folder / name
         if not path.exists():

@@ -1,8 +1,8 @@
-"""Stands between the benchmark and one server: `keeper.py CPUS COMMAND...` (CPUS: "0,1" or "-").
+"""Supervises one server: `keeper.py CPUS COMMAND...` (CPUS: "0,1" or "-").
 
-Every process that the server leaves behind becomes a child of the keeper, which waits for it:
-so the CPU time of ended children is in the keeper's account, and nothing outlives the keeper.
-On SIGTERM, and when the benchmark itself dies, it ends them all.
+Every process that the server orphans becomes a child of the keeper, which waits for it. So the
+keeper accounts for the CPU time of ended children, and nothing outlives it. On SIGTERM, and when
+the benchmark itself dies, it ends all of them.
 """
 
 import ctypes
@@ -33,7 +33,7 @@ def end_children() -> None:
 
 
 def reap(flags: int) -> bool:
-    """Waits for one child, or with WNOHANG for all that have ended; false without children."""
+    """Waits for one child, or with WNOHANG for all that have ended; false if there are none."""
     try:
         while os.waitpid(-1, flags)[0] != 0 and flags:
             pass

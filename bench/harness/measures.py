@@ -1,4 +1,4 @@
-"""What is measured: each measure is one load with its figures and what ours is to reach."""
+"""The measures: each is one load with its figures and the targets for this server."""
 
 import time
 from dataclasses import dataclass
@@ -14,14 +14,14 @@ US = 1e6
 MS = 1e3
 IDLE_CLIENTS = 1000
 STALLED_CLIENTS = 500
-# An ended session's processes take a moment to be gone, and to be in the account.
+# Seconds until the processes of ended sessions are gone and accounted for.
 SETTLE = 0.1
 
 
 @dataclass(frozen=True)
 class Column:
-    """One figure. `target` is the ratio to the best peer that ours is to reach, `limit` the
-    figure itself."""
+    """One figure. This server is to reach `target`, a ratio to the best peer, or `limit`, an
+    absolute value."""
 
     key: str
     title: str
@@ -33,7 +33,7 @@ class Column:
 
 @dataclass(frozen=True)
 class Running:
-    """A server under measurement and what its measures need."""
+    """A server being measured, and what its measures need."""
 
     process: ServerProcess
     start: Start
@@ -48,8 +48,8 @@ class Running:
 
 @dataclass(frozen=True)
 class Measure:
-    """`once` is one round with one server. A fresh measure starts the server for each round, a
-    pinned one gives it and the driver a processor each."""
+    """`once` runs one round with one server. A fresh measure restarts the server for each round, a
+    pinned one gives the server and the driver a processor each."""
 
     name: str
     title: str
@@ -61,7 +61,7 @@ class Measure:
 
 
 def _load(running: Running, mode: str, **options: object) -> tuple[dict, float]:
-    """The driver's figures and the CPU time that the server took for them."""
+    """Returns the driver's figures and the CPU time that the server spent on them."""
     before = running.process.cpu_seconds()
     figures = running.driver.run(mode, seconds=running.seconds, **options)
     time.sleep(SETTLE)

@@ -1,5 +1,4 @@
-"""What the benchmark asks of the machine's network: free ports, and the kernel's memory for
-sockets."""
+"""The machine's network: isolation, free ports, and the kernel's memory for sockets."""
 
 import ctypes
 import re
@@ -10,20 +9,20 @@ from pathlib import Path
 
 CLONE_NEWNET = 0x40000000  # unshare(2)
 TIME_WAIT = "06"
-# So many local ports in TIME_WAIT do not slow a bind to port 0 yet.
+# So many local ports in TIME_WAIT do not yet slow down a bind to port 0.
 HARMLESS = 4000
 TIME_WAIT_SECONDS = 60
 
 
 def isolate() -> None:
-    """Gives this process and its children a network of their own, in which other programs'
-    ports and connections do not count. Without the right to, the machine's own is used."""
+    """Moves this process and its children to a network namespace of their own, away from other
+    programs' ports and connections. Without the privilege, the machine's network is used."""
     if ctypes.CDLL(None).unshare(CLONE_NEWNET) == 0:
         subprocess.run(["ip", "link", "set", "lo", "up"], check=True)
 
 
 def free_port(start: int = 20000) -> int:
-    """Below the range from which the system chooses ports by itself."""
+    """Returns a port below the ephemeral range."""
     for port in range(start, _ephemeral_ports().start):
         with socket.socket() as probe:
             try:
@@ -45,15 +44,15 @@ def wait_until_listening(port: int, has_ended, seconds: float = 20.0) -> bool:
 
 
 def wait_for_ports() -> None:
-    """Until earlier measures' ports have left TIME_WAIT: a bind to port 0, as each FTP transfer
-    makes one, takes milliseconds among 24,000 of them."""
+    """Waits until earlier measures' ports have left TIME_WAIT: among 24,000 of them a bind to port
+    0, which each FTP transfer needs, takes milliseconds."""
     deadline = time.monotonic() + TIME_WAIT_SECONDS + 5
     while _ports_in_time_wait() > HARMLESS and time.monotonic() < deadline:
         time.sleep(1)
 
 
 def server_socket_memory(port: int) -> int:
-    """Bytes of kernel memory that the server's ends of its connections hold (skmem in ss(8))."""
+    """Returns the bytes of kernel memory in the server's sockets (skmem in ss(8))."""
     listed = subprocess.run(
         ["ss", "-tmnH", "state", "established", f"( sport = :{port} )"],
         capture_output=True, text=True, check=True).stdout

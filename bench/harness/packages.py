@@ -1,7 +1,7 @@
 """Debian packages unpacked into a folder instead of installed.
 
-The FTP daemons' packages exclude each other, and nobody's machine should gain five servers by
-running a benchmark.
+The FTP daemons' packages conflict with each other, and a benchmark should not install five servers
+on anybody's machine.
 """
 
 import re
@@ -15,8 +15,8 @@ class PackageError(Exception):
 
 
 def unpacked(names: list[str], into: Path) -> Path:
-    """The folder with the packages' files and those of the libraries that they need and this
-    machine lacks. Fetched once."""
+    """Returns the folder with the files of the packages and of the libraries that this machine
+    lacks. They are downloaded once."""
     complete = into / ".complete"
     if not complete.exists():
         into.mkdir(parents=True, exist_ok=True)
@@ -27,13 +27,13 @@ def unpacked(names: list[str], into: Path) -> Path:
 
 
 def library_path(root: Path) -> str:
-    """LD_LIBRARY_PATH for programs that were unpacked there."""
+    """Returns LD_LIBRARY_PATH for the programs unpacked there."""
     folders = {library.parent for library in root.rglob("*.so*") if "lib" in library.parts}
     return ":".join(sorted(map(str, folders)))
 
 
 def _wanted(names: list[str]) -> list[str]:
-    """The packages and, as apt would install them, the missing libraries among what they need."""
+    """Returns the packages and the missing libraries that apt would install with them."""
     libraries = []
     for name in names:
         plan = _run("apt-get", "--simulate", "--no-install-recommends", "install", name)
@@ -43,7 +43,7 @@ def _wanted(names: list[str]) -> list[str]:
 
 def _unpack(package: str, into: Path) -> None:
     with tempfile.TemporaryDirectory(dir=into) as folder:
-        # apt drops its rights for the download and has to write into the folder all the same.
+        # apt drops its privileges for the download, and still has to write to the folder.
         Path(folder).chmod(0o777)
         _run("apt-get", "download", package, cwd=folder)
         for archive in Path(folder).glob("*.deb"):

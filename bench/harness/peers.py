@@ -1,5 +1,5 @@
-"""The servers beside ours: which packages they come in and how each is set up for the same job:
-one folder, read-only, on one loopback port, one request per HTTP connection, no log."""
+"""The peers: the packages they come in, and how each is configured for the same job: one folder,
+read-only, on one loopback port, one request per HTTP connection, no log."""
 
 import grp
 import os
@@ -16,13 +16,13 @@ PYFTPD = Path(__file__).with_name("pyftpd.py")
 PEERS_FOLDER = "peers"
 MAX_CLIENTS = 4096
 NOBODY = pwd.getpwnam("nobody")
-# vsftpd wants an account whose home folder exists.
+# vsftpd needs an account whose home folder exists.
 DAEMON = "daemon"
 
 
 @dataclass(frozen=True)
 class Place:
-    """Where a server runs: the folder it shares, its port, and a folder of its own for files."""
+    """Where a server runs: the folder it shares, its port, and its working folder."""
 
     shared: Path
     port: int
@@ -49,7 +49,7 @@ class Server:
     configure: Callable[[Path, Place], Start]
 
     def prepare(self, peers: Path, place: Place) -> Start:
-        """Writes the configuration; the server was fetched before."""
+        """Writes the configuration; the server must have been downloaded."""
         place.work.mkdir(parents=True, exist_ok=True)
         return self.configure(peers / self.name, place)
 
@@ -137,13 +137,12 @@ idle_session_timeout=600
                  {"LD_LIBRARY_PATH": packages.library_path(root)})
 
 
-# crypt(3) of "bench" in its oldest and cheapest form: what is measured is the server, not the
-# cost of a password.
+# crypt(3) of "bench" with the cheapest method: the server is measured, not the password hash.
 CHEAP_HASH = "qvBLXk8O0P8Z."
 
 
 def pure_ftpd(root: Path, place: Place) -> Start:
-    # Anonymous access needs a system account "ftp", a virtual user needs none.
+    # Anonymous access needs the system account "ftp", a virtual user does not.
     accounts = place.work / "accounts"
     accounts.write_text(f"bench:{CHEAP_HASH}:{NOBODY.pw_uid}:{NOBODY.pw_gid}::{place.shared}/./"
                         ":::::::::::::\n", encoding="utf-8")
@@ -172,9 +171,8 @@ PEERS = [
 ]
 
 
-
 def fetched(servers: list[Server], folder: Path) -> list[Server]:
-    """Those of the servers that could be had; unpacks what is missing."""
+    """Downloads what is missing; returns the servers that are available."""
     had = []
     for server in servers:
         try:
@@ -190,7 +188,7 @@ OURS = "quorvel"
 
 
 def ours(program: Path) -> list[Server]:
-    """With a login on FTP, so that a session is as many commands as with the peers."""
+    """FTP with a login, so that a session has as many commands as with the peers."""
 
     def start(protocol: str, place: Place) -> Start:
         command = [str(program), "--type", protocol, "--folder", str(place.shared),

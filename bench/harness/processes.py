@@ -1,4 +1,4 @@
-"""Servers as trees of processes: start, stop, CPU time, memory."""
+"""Servers as process trees: start, stop, CPU time, memory."""
 
 import os
 import re
@@ -46,7 +46,7 @@ class ServerProcess:
         return self._log.read_text(errors="replace")
 
     def cpu_seconds(self) -> float:
-        """Of the whole tree, processes that have ended included."""
+        """Of the whole tree, including ended processes."""
         return _waited_for(self._keeper.pid) + sum(
             _own_cpu(pid) + _waited_for(pid) for pid in _descendants(self._keeper.pid))
 
@@ -56,8 +56,8 @@ class ServerProcess:
 
 
 def put_ahead(session: int) -> None:
-    """Lets the session of that process go before all others on the machine (autogroups in
-    sched(7)); a nice value counts only within one."""
+    """Gives the process's session priority over all others on the machine (autogroups in
+    sched(7)); a nice value only counts within a session."""
     Path(f"/proc/{session}/autogroup").write_text("-20", encoding="ascii")
 
 
@@ -73,7 +73,7 @@ def _descendants(root: int) -> list[int]:
 
 
 def _stat(pid: int) -> list[str]:
-    """The fields of /proc/PID/stat from the state on; the name before it may hold anything."""
+    """The fields of /proc/PID/stat from the state on; the name before it may contain anything."""
     try:
         return Path(f"/proc/{pid}/stat").read_text(errors="replace").rpartition(")")[2].split()
     except (FileNotFoundError, ProcessLookupError):
@@ -81,13 +81,13 @@ def _stat(pid: int) -> list[str]:
 
 
 def _waited_for(pid: int) -> float:
-    """What ended children of the process have used, and theirs (cutime and cstime)."""
+    """CPU time of the ended descendants that were waited for (cutime and cstime)."""
     fields = _stat(pid)
     return (int(fields[13]) + int(fields[14])) / TICKS if fields else 0.0
 
 
 def _own_cpu(pid: int) -> float:
-    """In nanoseconds' resolution: the ticks of /proc/PID/stat are too coarse for short rounds."""
+    """With nanosecond resolution: the ticks of /proc/PID/stat are too coarse for short rounds."""
     total = 0
     for thread in Path(f"/proc/{pid}/task").glob("*/schedstat"):
         try:

@@ -1,5 +1,5 @@
-"""Runs a measure with all its servers in rounds: A B C, B C A, ... so that what else happens on
-the machine hits all of them alike."""
+"""Runs a measure with all its servers in rounds (A B C, B C A, ...), so that other load on the
+machine affects all of them alike."""
 
 import os
 import sys
@@ -22,7 +22,7 @@ FRESH_ROUNDS = 2
 
 @dataclass(frozen=True)
 class Effort:
-    """How long to measure, and whether ahead of everything else on the machine."""
+    """How long to measure, and whether at top priority on the machine."""
 
     rounds: int
     seconds: float
@@ -30,7 +30,7 @@ class Effort:
 
 
 class Stage:
-    """Where servers and driver run."""
+    """Runs measures with the servers and the driver."""
 
     def __init__(self, folder: Path, driver: Path, fixtures: Fixtures, effort: Effort):
         self._folder = folder
@@ -41,7 +41,7 @@ class Stage:
         self._failed: set[str] = set()
 
     def measure(self, measure: Measure, servers: list[Server]) -> Figures:
-        """For each server its figures of each round; a server that fails is left out."""
+        """Returns each server's figures by round; a server that fails is left out."""
         if measure.protocol == "ftp":
             network.wait_for_ports()
         runner = _FreshRunner if measure.fresh else _StandingRunner
@@ -49,7 +49,7 @@ class Stage:
         with ExitStack() as stack:
             standing = {server.name: stack.enter_context(runner(self, measure, server))
                         for server in servers}
-            # Memory hardly differs from round to round.
+            # Memory hardly varies between rounds.
             rounds = min(self._effort.rounds, FRESH_ROUNDS) if measure.fresh else self._effort.rounds
             for number in range(rounds):
                 for server in _rotated(servers, number):
@@ -69,7 +69,7 @@ class Stage:
 
     def start(self, measure: Measure,
               server: Server) -> tuple[ServerProcess, Callable[[float], Running]]:
-        """The server once it listens, and what to give to a round of so many seconds."""
+        """Returns the server once it listens, and what makes a `Running` for so many seconds."""
         place = Place(self._fixtures.folder, network.free_port(),
                       self._folder / "work" / server.name)
         start = server.prepare(self._peers, place)
@@ -88,7 +88,7 @@ class Stage:
 
 
 class _StandingRunner:
-    """Starts the server with its first round and keeps it."""
+    """Starts the server in its first round and keeps it running."""
 
     def __init__(self, stage: Stage, measure: Measure, server: Server):
         self._stage = stage
@@ -111,7 +111,7 @@ class _StandingRunner:
 
 
 class _FreshRunner(_StandingRunner):
-    """Starts the server anew for each round."""
+    """Restarts the server for each round."""
 
     def once(self, seconds: float) -> dict[str, float]:
         process, running = self._stage.start(self._measure, self._server)

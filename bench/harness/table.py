@@ -19,7 +19,7 @@ def text(measure: Measure, figures: Figures) -> str:
 
 
 def ratios(column: Column, figures: Figures, server: str) -> list[float]:
-    """For each round the server's figure over that of the best peer."""
+    """Returns, for each round, the server's figure divided by the best peer's."""
     peers = [rounds for name, rounds in figures.items() if name != OURS]
     if not peers:
         return []
@@ -33,7 +33,7 @@ def ratios(column: Column, figures: Figures, server: str) -> list[float]:
 
 
 def growth(measured: dict[str, Figures], group: str) -> str:
-    """How much more than in proportion a hundred times the entries take."""
+    """Reports by how much the CPU time grows faster than the number of entries."""
     small, large = measured.get(f"{group}-1000"), measured.get(f"{group}-100000")
     if not small or not large:
         return ""

@@ -23,7 +23,7 @@ void sortByName(benchmark::State& state) {
 }
 BENCHMARK(sortByName)->Arg(1'000)->Arg(10'000)->Arg(100'000)->Complexity();
 
-// A line each time: what a listing costs beyond the disk and the sort.
+// What a listing costs beyond the disk and the sort.
 void listingLines(benchmark::State& state) {
     const auto entries = folderEntries(static_cast<std::size_t>(state.range(0)));
     for (auto _ : state) {

@@ -7,7 +7,7 @@
 
 namespace quorvel::bench {
 
-/// A folder's entries in no order: names as cameras and people give them, every 20th a folder.
+/// Shuffled entries with names as cameras and people give them; every 20th is a folder.
 std::vector<platform::FolderEntry> folderEntries(std::size_t count);
 
 } // namespace quorvel::bench
