@@ -125,7 +125,10 @@ TEST(OutOfDescriptors, MakesAStartFail) {
     for (rlim_t left = 0; left < 8; ++left) {
         std::atomic<bool> failed = left == 0;
         const test::NothingLeft nothingLeft;
+        const auto descriptors = test::countOf("fd");
         const auto server = HTTPFileServer::create(folder.path(), test::freePort(), std::nullopt);
+        // The threads share one until the last of them is confined.
+        EXPECT_TRUE(test::eventually([&] { return test::countOf("fd") == descriptors; }));
         server->onError = [&](const auto& text) { failed = text == "Network error (EMFILE)."; };
         // One for the listener, then three for each thread.
         const FewDescriptors few(left);
