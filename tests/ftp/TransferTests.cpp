@@ -2,8 +2,6 @@
 #include "server/LocalAddress.h"
 
 #include <algorithm>
-#include <fcntl.h>
-#include <sys/stat.h>
 
 namespace quorvel::ftp {
 
@@ -37,8 +35,8 @@ TEST_F(FTPTransfers, ListingsToTheByte) {
     setenv("TZ", "XXX-05:30", 1);
     tzset();
     const auto setModified = [](const std::string& path, std::int64_t time) {
-        const timespec times[2] = {{time, 0}, {time, 0}};
-        utimensat(AT_FDCWD, path.c_str(), times, 0);
+        const std::chrono::sys_seconds date{std::chrono::seconds(time)};
+        std::filesystem::last_write_time(path, std::chrono::file_clock::from_sys(date));
     };
     for (const auto* const name : {"b.txt", "A.txt", "file10", "file2", ".hidden", "a \xff\"b"})
         setModified(folder.write(std::string("docs/") + name, "12345"), 1709789400);

@@ -28,9 +28,6 @@ class Usage:
         self.kib = int(status.partition("VmRSS:")[2].split()[0])
         self.descriptors = len(os.listdir(f"/proc/{pid}/fd"))
 
-    def text(self):
-        return f"{self.kib / 1024:.1f} MiB, {self.descriptors} fd"
-
 
 class Client:
     """A blocking socket with a buffer; every wait is bounded."""

@@ -4,11 +4,11 @@
 
 #include "platform/Descriptor.h"
 
+#include <arpa/inet.h>
 #include <array>
 #include <chrono>
 #include <gtest/gtest.h>
 #include <linux/sockios.h>
-#include <netdb.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -35,27 +35,19 @@ class SocketClient {
   public:
     /// Connects to the address; failure is a failed assertion.
     explicit SocketClient(std::uint16_t port, const std::string& address = "127.0.0.1") {
-        addrinfo numeric{};
-        numeric.ai_flags = AI_NUMERICHOST | AI_V4MAPPED;
-        numeric.ai_family = AF_INET6;
-        addrinfo* target = nullptr;
-        EXPECT_EQ(getaddrinfo(address.c_str(), std::to_string(port).c_str(), &numeric, &target), 0);
+        sockaddr_in6 target{AF_INET6, htons(port), 0, {}, 0};
+        const std::string mapped = (address.contains(':') ? "" : "::ffff:") + address;
+        EXPECT_EQ(inet_pton(AF_INET6, mapped.c_str(), &target.sin6_addr), 1);
         socket_.reset(socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0));
-        EXPECT_EQ(connect(descriptor(), target->ai_addr, target->ai_addrlen), 0)
+        EXPECT_EQ(connect(descriptor(), reinterpret_cast<sockaddr*>(&target), sizeof target), 0)
             << address << " port " << port << ": errno " << errno;
-        freeaddrinfo(target);
         const timeval longest{patience.count(), 0};
         setsockopt(descriptor(), SOL_SOCKET, SO_RCVTIMEO, &longest, sizeof longest);
     }
 
     /// Sends all of it; returns false if the server has closed the connection.
     bool send(std::string_view bytes) const {
-        while (!bytes.empty()) {
-            const ssize_t count = ::send(descriptor(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
-            if (count < 0) return false;
-            bytes.remove_prefix(static_cast<std::size_t>(count));
-        }
-        return true;
+        return ::send(descriptor(), bytes.data(), bytes.size(), MSG_NOSIGNAL) == std::ssize(bytes);
     }
     /// Bounds the receive buffer; a window announced earlier stays open.
     void limitBuffer(int bytes) const {
@@ -67,7 +59,7 @@ class SocketClient {
     std::size_t untaken() const {
         int unacknowledged = 0;
         ioctl(descriptor(), SIOCOUTQ, &unacknowledged);
-        return static_cast<std::size_t>(unacknowledged) + serverEnd().unread;
+        return static_cast<std::size_t>(unacknowledged) + serverEnd().idiag_rqueue;
     }
     /// Waits until the server has read everything sent, which it may still be handling.
     void waitUntilTaken() const {
@@ -75,7 +67,7 @@ class SocketClient {
     }
     /// Waits until the server has closed its sending side; its kernel may still be sending.
     void waitUntilFinished() const {
-        EXPECT_TRUE(eventually([&] { return serverEnd().state != TCP_ESTABLISHED; }));
+        EXPECT_TRUE(eventually([&] { return serverEnd().idiag_state != TCP_ESTABLISHED; }));
     }
 
     /// Returns all bytes up to the end of the stream; `wasReset` tells how it ended.
@@ -100,7 +92,7 @@ class SocketClient {
     int descriptor() const { return socket_.number(); }
 
   private:
-    TCPEnd serverEnd() const { return tcpEnd(address(getpeername), address(getsockname)); }
+    inet_diag_msg serverEnd() const { return tcpEnd(address(getpeername), address(getsockname)); }
 
     sockaddr_in6 address(int (*getName)(int, sockaddr*, socklen_t*)) const {
         sockaddr_in6 result{};

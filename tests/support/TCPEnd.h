@@ -13,14 +13,8 @@
 
 namespace quorvel::test {
 
-/// One end of a connection on this machine, as the kernel sees it.
-struct TCPEnd {
-    int state = TCP_CLOSE;
-    unsigned unread = 0; ///< Bytes in the receive queue.
-};
-
-/// Looks up the end with these addresses (sock_diag(7)); TCP_CLOSE if it is gone.
-inline TCPEnd tcpEnd(const sockaddr_in6& local, const sockaddr_in6& remote) {
+/// Looks up one end of a connection on this machine (sock_diag(7)); all zero if it is gone.
+inline inet_diag_msg tcpEnd(const sockaddr_in6& local, const sockaddr_in6& remote) {
     struct {
         nlmsghdr header;
         inet_diag_req_v2 body;
@@ -39,8 +33,7 @@ inline TCPEnd tcpEnd(const sockaddr_in6& local, const sockaddr_in6& remote) {
     EXPECT_GT(recv(kernel.number(), &answer, sizeof answer, 0), 0) << "errno " << errno;
     // Without such a connection the kernel returns an error, or the listener.
     const bool isFound = answer.header.nlmsg_type == SOCK_DIAG_BY_FAMILY;
-    if (!isFound || answer.body.idiag_state == TCP_LISTEN) return {};
-    return {answer.body.idiag_state, answer.body.idiag_rqueue};
+    return isFound && answer.body.idiag_state != TCP_LISTEN ? answer.body : inet_diag_msg{};
 }
 
 } // namespace quorvel::test
