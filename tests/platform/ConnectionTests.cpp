@@ -1,0 +1,124 @@
+#include "support/TemporaryFolder.h"
+
+#include "platform/ConnectionPair.h"
+#include "platform/files/SharedFolder.h"
+
+namespace quorvel::platform {
+
+using testing::ElementsAre;
+
+TEST(Connection, CallsBackLaterThanTheCallAndLetsGoOfItsHandlersAtTheEnd) {
+    Events events;
+    ConnectionPair pair;
+    pair.client.send("hello");
+    pair.run([&, self = pair.connection] {
+        self->receive(100, events.addingReceived());
+        self->send("answer", events.adding("sent"));
+        events.add("asked");
+    });
+    EXPECT_THAT(events.all(3), ElementsAre("asked", "sent ok", "hello"));
+    EXPECT_EQ(pair.client.receiveUntil("answer"), "answer");
+    pair.run([&, self = pair.connection] {
+        // The handler owns what owns it, as a session's does.
+        self->receive(1, [self, tell = events.addingReceived()](auto& got) { tell(got); });
+        self->send(std::string(20'000'000, 'x'), events.adding("waiting"));
+    });
+    pair.run([&] {
+        pair.connection->cancel();
+        pair.connection->send("too late", events.adding("too late"));
+        events.add("cancelled");
+    });
+    EXPECT_EQ(events.all(7).size(), 7U);
+    pair.run([&] { pair.connection->send("later still", events.adding("later")); });
+    EXPECT_THAT(events.all(8),
+                ElementsAre("asked", "sent ok", "hello", "cancelled", "waiting ECANCELED",
+                            "too late ECANCELED", "received ECANCELED", "later ECANCELED"));
+    const std::weak_ptr<Connection> weak = pair.connection;
+    pair.run([&] { pair.connection.reset(); });
+    EXPECT_TRUE(test::eventually([&] { return weak.expired(); }));
+}
+
+static std::shared_ptr<const OpenFile> fileHolding(const std::string& content) {
+    const test::TemporaryFolder folder;
+    folder.write("file", content);
+    return *SharedFolder::open(*SharedFolder(folder.path()).find("file"));
+}
+
+TEST(Connection, SendsInTheOrderOfTheCallsWhateverTheyCarry) {
+    const std::string content = test::patternedContent(300'000);
+    const auto file = fileHolding(content);
+    Events events;
+    ConnectionPair pair;
+    std::string expected;
+    std::vector<std::string> reports;
+    std::size_t texts = 0;
+    pair.run([&, self = pair.connection] {
+        for (std::size_t i = 0; i < 20; ++i) {
+            const std::string text(i * i * 100, static_cast<char>('a' + i));
+            const std::string piece = content.substr(i * 5000, i * 14000);
+            const auto more = i % 2 == 0 ? MoreToSend::yes : MoreToSend::no;
+            const auto tell = [&](auto error, auto count) {
+                events.adding(std::to_string(count))(error);
+            };
+            self->send(text, events.adding("text"), more);
+            self->sendFile(file, static_cast<std::int64_t>(i * 5000), i * 14000, tell, more);
+            self->send("<");
+            self->send(">");
+            texts += text.size() + 2;
+            expected += text + piece + "<>";
+            reports.insert(reports.end(), {"text ok", std::to_string(piece.size()) + " ok"});
+        }
+        self->send({}, [self](std::error_code) {
+            EXPECT_EQ(self->bytesWaiting(), 0U);
+            self->cancel();
+        });
+        EXPECT_GT(self->bytesWaiting(), 0U);
+        EXPECT_LE(self->bytesWaiting(), texts) << "what waits of files does not count";
+    });
+    EXPECT_TRUE(pair.client.receiveAll() == expected);
+    EXPECT_EQ(events.all(reports.size()), reports);
+}
+
+TEST(Connection, CancelDeliversWhatWasSentWhileThePeerStillSends) {
+    const std::string reply = test::patternedContent(100'000);
+    for (const auto& [before, after] :
+         {std::pair{0UL, 0UL}, {10UL, 0UL}, {0UL, 3'000'000UL}, {3'000'000UL, 10UL}}) {
+        SCOPED_TRACE(std::to_string(before) + " bytes before, " + std::to_string(after) + " after");
+        ConnectionPair pair;
+        auto sending = std::async(std::launch::async, [&, count = before] {
+            return pair.client.send(std::string(count, 'b'));
+        });
+        if (before <= 10) sending.wait();
+        const auto input = after > 0 ? PeerInput::expected : PeerInput::done;
+        pair.run([&, self = pair.connection] {
+            self->send(reply, [self, input](std::error_code) { self->cancel(input); });
+        });
+        EXPECT_TRUE(sending.get());
+        EXPECT_TRUE(pair.client.send(std::string(after, 'a')));
+        EXPECT_TRUE(pair.client.receiveAll() == reply);
+        EXPECT_FALSE(pair.client.wasReset());
+    }
+}
+
+TEST(Connection, TellsAResetFromAnEndOfStreamAndClosesWhenItIsReleased) {
+    for (const bool isReset : {false, true}) {
+        Events events;
+        ConnectionPair pair;
+        pair.run([&] { pair.connection->receive(10, events.addingReceived()); });
+        if (isReset) {
+            const linger atOnce{1, 0};
+            setsockopt(pair.client.descriptor(), SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+            pair.client.close();
+            EXPECT_THAT(events.all(1), ElementsAre("received ECONNRESET"));
+            continue;
+        }
+        pair.client.finishSending();
+        EXPECT_THAT(events.all(1), ElementsAre("end of stream"));
+        pair.run([&] { pair.connection->send("still here"); });
+        EXPECT_EQ(pair.client.receiveUntil("here"), "still here");
+        pair.run([&] { pair.connection.reset(); });
+        EXPECT_EQ(pair.client.receiveAll(), "");
+    }
+}
+
+} // namespace quorvel::platform
