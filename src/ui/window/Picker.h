@@ -12,7 +12,7 @@ class Picker final : public QComboBox {
 
     /// `onChoice` is called with the value that the user chooses, even if it is the current one.
     template <class Values, class OnChoice>
-    void offer(const Values& values, OnChoice onChoice) {
+    void offer(const Values& values, const OnChoice& onChoice) {
         for (const auto value : values)
             addItem(QString::fromUtf8(rawValue(value)), static_cast<int>(value));
         connect(this, &QComboBox::activated, this, [this, onChoice](int index) {
