@@ -15,10 +15,6 @@ namespace {
 // one), where each delay costs a timer; the time of the other clients' turns is delay enough.
 constexpr int stepsPerTurn = 16;
 
-std::error_code posixError(int code) {
-    return {code, std::generic_category()};
-}
-
 } // namespace
 
 StreamConnection::StreamConnection(Descriptor socket, std::shared_ptr<Loop> loop)
@@ -33,7 +29,7 @@ StreamConnection::~StreamConnection() {
 }
 
 void StreamConnection::receive(std::size_t maximum, ReceiveHandler handler) {
-    receiveMaximum_ = std::min(maximum, Loop::bufferSize);
+    receiveMaximum_ = static_cast<std::uint32_t>(std::min(maximum, Loop::bufferSize));
     receiveHandler_ = std::move(handler);
     schedule();
 }
@@ -96,7 +92,7 @@ StreamConnection::Step StreamConnection::sendStep() {
     if (hasEnded() || sendQueue_.isEmpty() || outputAwaited_) return Step::nothingToDo;
     switch (sendQueue_.proceed(socket_.number(), loop_->buffer())) {
     case Outgoing::Progress::failed:
-        end(posixError(errno), PeerInput::done);
+        end(errno);
         return Step::nothingToDo;
     case Outgoing::Progress::wouldBlock:
         waitFor(Direction::outgoing);
@@ -125,7 +121,7 @@ StreamConnection::Step StreamConnection::receiveStep() {
         if (errno == EAGAIN)
             waitFor(Direction::incoming);
         else
-            end(posixError(errno), PeerInput::done);
+            end(errno);
         return Step::nothingToDo;
     }
     Received received;
@@ -144,7 +140,7 @@ void StreamConnection::waitFor(Direction direction) {
         watch_->assign(socket_.number(), error);
         if (error) {
             watch_.reset();
-            return end(posixError(error.value()), PeerInput::done);
+            return end(error.value());
         }
     }
     const bool isIncoming = direction == Direction::incoming;
@@ -168,14 +164,14 @@ void StreamConnection::waitIsOver(Direction direction) {
 }
 
 void StreamConnection::cancel(PeerInput input) {
-    end({}, input);
+    if (hasEnded()) return;
+    GracefulClose::start(takeSocket(), loop_, input);
+    end(ECANCELED);
 }
 
-void StreamConnection::end(std::error_code reason, PeerInput input) {
-    if (hasEnded()) return;
-    endReason_ = reason ? reason : posixError(ECANCELED);
-    Descriptor socket = takeSocket();
-    if (!reason) GracefulClose::start(std::move(socket), loop_, input);
+void StreamConnection::end(int code) {
+    endCode_ = code;
+    takeSocket();
     endedOn_ = std::exchange(loop_, nullptr);
     if (receiveHandler_ || !sendQueue_.isEmpty()) return schedule();
     const auto loop = endedOn_.lock();
@@ -184,12 +180,13 @@ void StreamConnection::end(std::error_code reason, PeerInput input) {
 
 // Handlers may ask for more of the ended connection, which is refused in the same way.
 void StreamConnection::reportEnd() {
+    const std::error_code error(endCode_, std::generic_category());
     while (!sendQueue_.isEmpty() || receiveHandler_) {
         if (!sendQueue_.isEmpty()) {
             Outgoing item = sendQueue_.takeFirst();
-            item.report(item.isComplete ? std::error_code{} : endReason_);
+            item.report(item.isComplete ? std::error_code{} : error);
         } else {
-            std::exchange(receiveHandler_, {})({{}, false, endReason_});
+            std::exchange(receiveHandler_, {})({{}, false, error});
         }
     }
 }
@@ -204,7 +201,7 @@ Descriptor StreamConnection::takeSocket() {
 
 void StreamConnection::closeWithLoop() {
     const auto self = shared_from_this();
-    if (!hasEnded()) endReason_ = posixError(ECANCELED);
+    if (!hasEnded()) endCode_ = ECANCELED;
     takeSocket();
     loop_.reset();
     endedOn_.reset();

@@ -31,36 +31,36 @@ class StreamConnection final : public Connection,
     void closeWithLoop() override;
 
   private:
-    enum class Turn { notStarted, none, scheduled, running };
-    enum class Input { unknown, taken, awaited };
+    enum class Turn : std::uint8_t { notStarted, none, scheduled, running };
+    enum class Input : std::uint8_t { unknown, taken, awaited };
     enum class Step { nothingToDo, done, turnOver };
     enum class Direction { incoming, outgoing };
 
-    bool hasEnded() const { return endReason_ != std::error_code{}; }
+    bool hasEnded() const { return endCode_ != 0; }
     void enqueue(Outgoing item);
     void schedule();
     Step sendStep();
     Step receiveStep();
     void waitFor(Direction direction);
     void waitIsOver(Direction direction);
-    void end(std::error_code reason, PeerInput input);
+    void end(int code);
     void reportEnd();
     void dropHandlers();
     Descriptor takeSocket();
 
     Descriptor socket_;
+    Turn turn_ = Turn::notStarted;
+    Input input_ = Input::unknown;
+    bool outputAwaited_ = false;
     std::shared_ptr<Loop> loop_;
     // An ended connection must not keep its loop alive: the loop's tasks may hold the connection.
     std::weak_ptr<Loop> endedOn_;
     std::optional<WatchedDescriptor> watch_;
     SendQueue sendQueue_;
     ReceiveHandler receiveHandler_;
-    std::size_t receiveMaximum_ = 0;
-    Turn turn_ = Turn::notStarted;
-    Input input_ = Input::unknown;
-    bool outputAwaited_ = false;
-    /// The error that pending callbacks report; none while the connection is open.
-    std::error_code endReason_;
+    std::uint32_t receiveMaximum_ = 0;
+    /// The POSIX code that pending callbacks report; 0 while the connection is open.
+    int endCode_ = 0;
 };
 
 } // namespace quorvel::platform
