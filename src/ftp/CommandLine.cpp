@@ -7,6 +7,14 @@
 
 namespace quorvel::ftp {
 
+namespace {
+
+// Telnet's IAC IP and IAC DM (RFC 854).
+constexpr std::string_view interruptProcess = "\xFF\xF4";
+constexpr std::string_view dataMark = "\xFF\xF2";
+
+} // namespace
+
 std::optional<std::string_view> takeLine(std::string_view& input) {
     const auto end = input.find('\n');
     if (end == std::string_view::npos) return std::nullopt;
@@ -16,6 +24,8 @@ std::optional<std::string_view> takeLine(std::string_view& input) {
 }
 
 std::string_view commandText(std::string_view line) {
+    while (line.starts_with(interruptProcess) || line.starts_with(dataMark))
+        line.remove_prefix(interruptProcess.size());
     if (!platform::isValidUtf8(line)) return {};
     while (line.starts_with('\r'))
         line.remove_prefix(1);

@@ -10,7 +10,8 @@ namespace quorvel::ftp {
 /// has no line feed.
 std::optional<std::string_view> takeLine(std::string_view& input);
 
-/// The line without carriage returns at its ends; empty if it is not UTF-8.
+/// The line without carriage returns at its ends; empty if it is not UTF-8. The Telnet sequences
+/// that clients send before ABOR are removed from its front (RFC 959, section 4.1.3).
 std::string_view commandText(std::string_view line);
 
 /// A line, split at the first space after its verb. The argument keeps all further spaces.
