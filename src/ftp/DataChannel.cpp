@@ -16,10 +16,13 @@ bool DataChannel::openDataListener() {
     return true;
 }
 
-void DataChannel::startDataListener(platform::WorkQueue& queue,
-                                    platform::Listener::StateHandler outcome) {
-    dataListener_->onState(std::move(outcome));
-    dataListener_->start(queue);
+platform::Result<std::uint16_t>
+DataChannel::startDataListener(platform::WorkQueue& queue,
+                               platform::Listener::FailureHandler failed) {
+    dataListener_->onFailure(std::move(failed));
+    const auto port = dataListener_->listen();
+    if (port) dataListener_->accept(queue);
+    return port;
 }
 
 void DataChannel::acceptDataConnection(const std::shared_ptr<platform::Connection>& connection) {

@@ -21,14 +21,17 @@ class DataChannel final : public std::enable_shared_from_this<DataChannel> {
 
     /// Makes the listener, which does not listen yet. False when the process is out of descriptors.
     bool openDataListener();
-    /// Listens on a port of the system's choice and reports the outcome.
-    void startDataListener(platform::WorkQueue& queue, platform::Listener::StateHandler outcome);
+    /// Listens on a port of the system's choice, which clients can connect to from then on. The
+    /// handler runs on the queue if the listener fails later.
+    platform::Result<std::uint16_t> startDataListener(platform::WorkQueue& queue,
+                                                      platform::Listener::FailureHandler failed);
 
     /// Runs the action now if a client has connected, else as soon as one does. An action that is
     /// still waiting is replaced.
     void whenReady(platform::Task action);
     /// False when no client has connected, or the channel's one transfer is running already.
     bool beginTransfer();
+    bool isTransferring() const { return isTransferring_; }
 
     /// Each sends the content of the transfer that has begun, then closes the channel.
     void sendText(std::string text, TransferEnd end);

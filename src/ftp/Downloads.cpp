@@ -13,8 +13,8 @@ void FTPFileServer::Session::handleRetrieve(std::string_view argument) {
     auto file =
         found ? platform::SharedFolder::open(std::move(found->item)) : platform::failure(ENOENT);
     if (!file) return sendReply("550 File not found.\r\n");
-    dataChannel_->whenReady([self = shared_from_this(), file = std::move(*file), offset,
-                             name = std::string(server::lastComponent(found->location))]() mutable {
+    transferWhenReady([self = shared_from_this(), file = std::move(*file), offset,
+                       name = std::string(server::lastComponent(found->location))]() mutable {
         self->startDownload(std::move(file), offset, name);
     });
 }
@@ -31,20 +31,19 @@ void FTPFileServer::Session::startDownload(std::shared_ptr<const platform::OpenF
 
 void FTPFileServer::Session::finishDownload(std::error_code error) {
     sendReply(error ? "426 Transfer failed.\r\n" : "226 Transfer complete.\r\n");
+    transferEnded();
 }
 
 void FTPFileServer::Session::handleSize(std::string_view argument) {
     const auto found = find(argument);
-    if (!found || found->item.attributes.kind != platform::ItemKind::file)
+    if (!found || found->item.attributes.kind == platform::ItemKind::directory)
         return sendReply("550 Could not get file size.\r\n");
     sendReply("213 " + std::to_string(found->item.attributes.size) + "\r\n");
 }
 
 void FTPFileServer::Session::handleModificationTime(std::string_view argument) {
     const auto found = find(argument);
-    const auto date = found && found->item.attributes.kind != platform::ItemKind::special
-                          ? modificationTimeText(found->item.attributes.modified)
-                          : std::nullopt;
+    const auto date = found ? modificationTimeText(found->item.attributes.modified) : std::nullopt;
     if (!date) return sendReply("550 Could not get modification time.\r\n");
     sendReply("213 " + *date + "\r\n");
 }

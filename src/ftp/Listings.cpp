@@ -34,7 +34,7 @@ void FTPFileServer::Session::handleNameList(std::string_view argument) {
 void FTPFileServer::Session::handleList(std::string_view argument, ListForm form) {
     const auto found = find(listPath(argument));
     if (!found) return sendReply("550 No such file or directory.\r\n");
-    dataChannel_->whenReady([self = shared_from_this(), text = listingOf(*found, form)]() mutable {
+    transferWhenReady([self = shared_from_this(), text = listingOf(*found, form)]() mutable {
         self->sendListing(std::move(text));
     });
 }
@@ -77,6 +77,7 @@ void FTPFileServer::Session::sendListing(std::string text) {
 
 void FTPFileServer::Session::finishListing(std::error_code error) {
     sendReply(error ? "426 Transfer failed.\r\n" : "226 Directory send OK.\r\n");
+    transferEnded();
 }
 
 } // namespace quorvel::ftp

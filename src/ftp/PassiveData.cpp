@@ -13,22 +13,38 @@ constexpr auto cannotOpenDataConnection = "425 Can't open data connection.\r\n";
 } // namespace
 
 void FTPFileServer::Session::handlePassive(std::string_view) {
+    if (cutTransfer(&Session::handlePassive)) return;
     if (!openDataChannel()) return sendReply(cannotOpenDataConnection);
     const auto address = passiveAddress();
     if (!address) return sendReply(cannotOpenDataConnection);
-    startDataListener([address](std::uint16_t port) {
-        return passiveReply(*address, port).value_or(cannotOpenDataConnection);
-    });
+    const auto port = startDataListener();
+    sendReply(port ? passiveReply(*address, *port).value_or(cannotOpenDataConnection)
+                   : cannotOpenDataConnection);
 }
 
 void FTPFileServer::Session::handleExtendedPassive(std::string_view) {
+    if (cutTransfer(&Session::handleExtendedPassive)) return;
     if (!openDataChannel()) return sendReply(cannotOpenDataConnection);
-    startDataListener(extendedPassiveReply);
+    const auto port = startDataListener();
+    sendReply(port ? extendedPassiveReply(*port) : cannotOpenDataConnection);
+}
+
+bool FTPFileServer::Session::cutTransfer(void (Session::*command)(std::string_view)) {
+    if (!dataChannel_ || !dataChannel_->isTransferring()) return false;
+    heldCommand_ = command;
+    dataChannel_->cancel();
+    return true;
+}
+
+void FTPFileServer::Session::transferEnded() {
+    const auto command = std::exchange(heldCommand_, nullptr);
+    if (command == nullptr || isClosed_) return;
+    (this->*command)({});
+    handleLines();
 }
 
 bool FTPFileServer::Session::openDataChannel() {
-    // A transfer that is cut here still replies for itself.
-    dataChannel_->cancel();
+    if (dataChannel_) dataChannel_->cancel();
     dataChannel_ = std::make_shared<DataChannel>();
     return dataChannel_->openDataListener();
 }
@@ -38,13 +54,17 @@ std::optional<std::string> FTPFileServer::Session::passiveAddress() const {
     return address ? address : server::localIPv4Address();
 }
 
-void FTPFileServer::Session::startDataListener(
-    std::function<std::string(std::uint16_t port)> replyFor) {
-    dataChannel_->startDataListener(
-        *context_->queue, [self = shared_from_this(), replyFor = std::move(replyFor)](
-                              const platform::Result<std::uint16_t>& port) {
-            self->sendReply(port ? replyFor(*port) : cannotOpenDataConnection);
-        });
+platform::Result<std::uint16_t> FTPFileServer::Session::startDataListener() {
+    return dataChannel_->startDataListener(*context_->queue,
+                                           [self = shared_from_this()](std::error_code) {
+                                               self->sendReply(cannotOpenDataConnection);
+                                           });
+}
+
+void FTPFileServer::Session::transferWhenReady(platform::Task action) {
+    // Without PASV or EPSV the action waits all the same, until one of them discards it.
+    if (!dataChannel_) dataChannel_ = std::make_shared<DataChannel>();
+    dataChannel_->whenReady(std::move(action));
 }
 
 std::shared_ptr<DataChannel> FTPFileServer::Session::claimDataChannel() {

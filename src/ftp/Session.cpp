@@ -11,6 +11,13 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// Asked for at most in one read of the control connection.
+constexpr std::size_t controlReadMaximum = 8192;
+// Longer input without a line feed is discarded.
+constexpr std::size_t pendingLineLimit = 4096;
+// No further command is taken while more bytes of replies wait for the client to read them.
+constexpr std::size_t waitingReplyLimit = 65536;
+
 // How long the commands waiting in one client's input may hold up the other clients.
 constexpr std::chrono::milliseconds turnTime{10};
 
@@ -49,13 +56,15 @@ void FTPFileServer::Session::handleLines() {
         if (!line) break;
         if (!rest.empty()) sendsAhead_ = true;
         if (const auto text = commandText(*line); !text.empty()) handleCommand(text);
-        mustPause = control_->bytesWaiting() > waitingReplyLimit || Clock::now() >= turnEnd;
+        mustPause = heldCommand_ != nullptr || control_->bytesWaiting() > waitingReplyLimit ||
+                    Clock::now() >= turnEnd;
     }
     input_.erase(0, input_.size() - rest.size());
     mustPause ? pauseLines() : linesHandled();
 }
 
 void FTPFileServer::Session::pauseLines() {
+    if (heldCommand_ != nullptr) return;
     if (control_->bytesWaiting() <= waitingReplyLimit)
         return context_->queue->post([self = shared_from_this()] { self->handleLines(); });
     // An empty send completes after all replies before it.
@@ -88,7 +97,7 @@ void FTPFileServer::Session::removeSession(platform::PeerInput input) {
 
 void FTPFileServer::Session::close(platform::PeerInput input) {
     isClosed_ = true;
-    dataChannel_->cancel();
+    if (dataChannel_) dataChannel_->cancel();
     control_->cancel(input);
 }
 

@@ -6,7 +6,6 @@
 #include "platform/network/Connection.h"
 #include "platform/network/WorkQueue.h"
 
-#include <functional>
 #include <string_view>
 
 namespace quorvel::ftp {
@@ -39,13 +38,6 @@ class FTPFileServer::Session final : public std::enable_shared_from_this<Session
     void close(platform::PeerInput input = platform::PeerInput::done);
 
   private:
-    /// Asked for at most in one read of the control connection.
-    static constexpr std::size_t controlReadMaximum = 8192;
-    /// Longer input without a line feed is discarded.
-    static constexpr std::size_t pendingLineLimit = 4096;
-    /// No further command is taken while more bytes of replies wait for the client to read them.
-    static constexpr std::size_t waitingReplyLimit = 65536;
-
     /// A row of the command table.
     struct Command;
 
@@ -91,10 +83,13 @@ class FTPFileServer::Session final : public std::enable_shared_from_this<Session
     // PassiveData.cpp: a data channel for each PASV and EPSV.
     void handlePassive(std::string_view argument);
     void handleExtendedPassive(std::string_view argument);
+    bool cutTransfer(void (Session::*command)(std::string_view));
     bool openDataChannel();
     std::optional<std::string> passiveAddress() const;
-    void startDataListener(std::function<std::string(std::uint16_t port)> replyFor);
+    platform::Result<std::uint16_t> startDataListener();
+    void transferWhenReady(platform::Task action);
     std::shared_ptr<DataChannel> claimDataChannel();
+    void transferEnded();
 
     // Listings.cpp
     void handleLongList(std::string_view argument);
@@ -123,8 +118,11 @@ class FTPFileServer::Session final : public std::enable_shared_from_this<Session
     std::string workingDirectory_ = "/";
     /// Set by REST and used up by the next RETR.
     std::int64_t restartOffset_ = 0;
-    /// That of the last PASV or EPSV. Never null: commands before the first one wait in it too.
-    std::shared_ptr<DataChannel> dataChannel_ = std::make_shared<DataChannel>();
+    /// That of the last PASV or EPSV; null before the first command that needs one.
+    std::shared_ptr<DataChannel> dataChannel_;
+    /// A PASV or EPSV that waits for the end of the transfer that it cuts, whose reply comes first.
+    /// No further line is handled meanwhile.
+    void (Session::*heldCommand_)(std::string_view) = nullptr;
 
     /// Received and not handled yet; holds no memory while the client is idle.
     std::string input_;

@@ -1,17 +1,9 @@
 #include "server/ListenerStart.h"
 
 #include "server/ServerError.h"
+#include "server/Weakly.h"
 
 namespace quorvel::server {
-
-namespace {
-
-void handleListenerState(const FolderServer& server, const platform::Result<std::uint16_t>& port) {
-    if (port && server.onReady) server.onReady();
-    if (!port && server.onError) server.onError(describeNetworkError(port.error()));
-}
-
-} // namespace
 
 platform::Result<std::shared_ptr<platform::Listener>>
 startListener(std::weak_ptr<FolderServer> server, std::uint16_t port, platform::WorkQueue& queue,
@@ -19,11 +11,16 @@ startListener(std::weak_ptr<FolderServer> server, std::uint16_t port, platform::
     if (port == 0) return std::unexpected(make_error_code(ServerError::invalidPort));
     auto listener = platform::Listener::create(port);
     if (!listener) return listener;
-    (*listener)->onState([server = std::move(server)](const auto& state) {
-        if (const auto alive = server.lock()) handleListenerState(*alive, state);
-    });
+    (*listener)->onFailure(weakly(server, [](const FolderServer& self, std::error_code error) {
+        if (self.onError) self.onError(describeNetworkError(error));
+    }));
     (*listener)->onConnection(std::move(handleConnection));
-    (*listener)->start(queue);
+    const auto bound = (*listener)->listen();
+    queue.post(weakly(server, [bound](const FolderServer& self) {
+        if (bound && self.onReady) self.onReady();
+        if (!bound && self.onError) self.onError(describeNetworkError(bound.error()));
+    }));
+    if (bound) (*listener)->accept(queue);
     return listener;
 }
 

@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 #include <future>
+#include <random>
+#include <sstream>
 #include <sys/stat.h>
 
 namespace quorvel::ftp {
@@ -42,13 +44,14 @@ const Dialogue afterLogin{
     {changedTo + "/docs/in \"quotes\"\r\n", {"CWD docs//x/../in \"quotes\"/", "CWD"}},
     {changedTo + "/docs\r\n", {"CDUP away", "XCWD /docs"}},
     {"213 5\r\n", {"SIZE notes.txt", "SIZE /absolute/notes.txt"}},
-    {"213 20240305140709\r\n", {"MDTM notes.txt"}},
+    {"213 0\r\n", {"SIZE /fifo"}},
+    {"213 20240305140709\r\n", {"MDTM notes.txt", "MDTM /fifo"}},
     {"550 Failed to change directory.\r\n",
      {"CWD notes.txt", "CWD /away", "CWD docs", "CWD  /", std::string("CWD /docs\0/x", 12)}},
     {changedTo + "/absolute\r\n", {"CWD ../../../absolute"}},
     {changedTo + "/\r\n", {"XCUP", "CDUP"}},
-    {"550 Could not get file size.\r\n", {"SIZE docs", "SIZE away/passwd", "SIZE fifo"}},
-    {"550 Could not get modification time.\r\n", {"MDTM away/passwd", "MDTM fifo"}},
+    {"550 Could not get file size.\r\n", {"SIZE docs", "SIZE away/passwd"}},
+    {"550 Could not get modification time.\r\n", {"MDTM away/passwd"}},
     {"550 No such file or directory.\r\n", {"LIST away", "NLST -l My Documents"}},
     {"550 File not found.\r\n",
      {"RETR docs", "RETR away/passwd", "RETR ../../../etc/passwd", "RETR fifo"}},
@@ -61,9 +64,11 @@ TEST(FTPCommands, AnswerAsTheTableSays) {
     served.folder.makeFolder("docs/in \"quotes\"");
     served.folder.link("away", "/etc");
     served.folder.link("absolute", served.folder.path("docs"));
-    mkfifo(served.folder.path("fifo").c_str(), 0644);
+    const std::string fifo = served.folder.path("fifo");
+    mkfifo(fifo.c_str(), 0644);
     const timespec times[2] = {{1709647629, 999999999}, {1709647629, 999999999}};
-    utimensat(AT_FDCWD, served.folder.write("docs/notes.txt", "12345").c_str(), times, 0);
+    for (const auto& dated : {fifo, served.folder.write("docs/notes.txt", "12345")})
+        utimensat(AT_FDCWD, dated.c_str(), times, 0);
     FTPClient client(served.port);
     expectDialogue(client, forAnyone);
     expectDialogue(client, afterLogin, loginRequired);
@@ -99,13 +104,15 @@ TEST(FTPCommands, LoginNeedsBothNameAndPassword) {
 TEST(FTPCommands, LinesAreFramedHoweverTheyArrive) {
     const FTPFolder served;
     const std::string syst = "215 UNIX Type: L8\r\n";
+    // As clients send it (RFC 959, section 4.1.3): Telnet's interrupt and mark, the latter urgent.
     FTPClient urgent(served.port);
-    ::send(urgent.descriptor(), "ABOR\r\n", 6, MSG_OOB);
-    EXPECT_EQ(urgent.ask("SYST", syst), ok + syst);
+    ::send(urgent.descriptor(), "\xff\xf4\xff\xf2", 4, MSG_OOB);
+    EXPECT_EQ(urgent.ask("ABOR\r\nSYST", syst), ok + syst);
     for (const auto& [replies, segments] :
          Dialogue{{ok + ok + syst, {"NOOP\nNOOP\r\n\r\n\n\r\r\nSYST\r\n"}},
                   {ok + syst, {"NO", "OP\r", "\nSYST\n"}},
-                  {syst, {"NOOP \xc3\x28\r\n\xff\xfe\r\nSYST\r\n"}},
+                  {syst, {"NOOP \xc3\x28\r\n\xff\xfe\r\n\xff\xf5NOOP\r\nNOOP\xff\xf4\r\nSYST\r\n"}},
+                  {ok + ok, {"\xff", "\xf4NOOP\r\n\xff\xf2\xff\xf4\r\n\xff\xf2\xff\xf2NOOP\r\n"}},
                   {ok, {std::string(5000, 'x'), "NOOP\r\n"}},
                   {ok, {std::string(4092, ' ') + "NOOP", "\r\n"}},
                   {"", {std::string(4093, ' ') + "NOOP", "\r\n"}},
@@ -120,6 +127,39 @@ TEST(FTPCommands, LinesAreFramedHoweverTheyArrive) {
         EXPECT_EQ(client.receiveAll(), replies) << segments.front().substr(0, 40);
         EXPECT_FALSE(client.wasReset());
     }
+}
+
+TEST(FTPCommands, RepliesHaveTheOrderOfTheCommandsThatArePipelined) {
+    const FTPFolder served;
+    // Without a client on their data port, LIST and RETR of what exists wait in silence.
+    served.folder.write("file", "content");
+    const std::vector<std::pair<std::string, std::string>> known{
+        {"PASV", "227"},      {"EPSV", "229"},   {"NOOP", "200"},
+        {"RETR none", "550"}, {"LIST", ""},      {"REST 3", "350"},
+        {"SIZE file", "213"}, {"RETR file", ""}, {"NLST x", "550"}};
+    std::mt19937 random(20);
+    std::string commands = "USER anyone\r\n";
+    std::string expected = "230";
+    for (int i = 0; i < 2000; ++i) {
+        const auto& [command, reply] = known[random() % known.size()];
+        commands += command + "\r\n";
+        expected += reply;
+    }
+    commands += "PASV\r\nQUIT\r\n";
+    expected += "227221";
+    FTPClient client(served.port);
+    const auto sending = std::async(std::launch::async, [&] {
+        for (std::string_view rest = commands; !rest.empty();) {
+            const auto segment = rest.substr(0, 1 + random() % 300);
+            client.send(segment);
+            rest.remove_prefix(segment.size());
+        }
+    });
+    std::string codes;
+    std::istringstream replies(client.receiveAll());
+    for (std::string line; std::getline(replies, line);)
+        codes += line.substr(0, 3);
+    EXPECT_TRUE(codes == expected);
 }
 
 /// Commands ending with QUIT, and their replies; about `size` bytes each.

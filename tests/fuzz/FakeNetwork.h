@@ -9,17 +9,14 @@ namespace quorvel::test {
 class FakeListener final : public platform::Listener,
                            public std::enable_shared_from_this<FakeListener> {
   public:
-    void onState(StateHandler handler) override { state_ = std::move(handler); }
+    void onFailure(FailureHandler handler) override { failure_ = std::move(handler); }
     void onConnection(ConnectionHandler handler) override { connection_ = std::move(handler); }
-    void start(platform::WorkQueue&) override {
-        tasks.emplace_back([self = shared_from_this()] {
-            if (const auto handler = self->state_) handler(40000);
-        });
-    }
+    platform::Result<std::uint16_t> listen() override { return 40000; }
+    void accept(platform::WorkQueue&) override {}
     void cancel() override {
         // The caller may be one of the handlers, or owned by one.
-        tasks.emplace_back(
-            [state = std::exchange(state_, {}), connection = std::exchange(connection_, {})] {});
+        tasks.emplace_back([failure = std::exchange(failure_, {}),
+                            connection = std::exchange(connection_, {})] {});
     }
 
     /// A client that connects; none when the listener has been cancelled.
@@ -35,7 +32,7 @@ class FakeListener final : public platform::Listener,
     static inline std::weak_ptr<FakeListener> newest;
 
   private:
-    StateHandler state_;
+    FailureHandler failure_;
     ConnectionHandler connection_;
 };
 

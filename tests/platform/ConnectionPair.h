@@ -53,10 +53,9 @@ inline void runOn(WorkQueue& queue, Task work) {
 }
 
 inline std::uint16_t startedPort(Listener& listener, WorkQueue& queue) {
-    std::promise<std::uint16_t> port;
-    listener.onState([&](const auto& bound) { port.set_value(bound.value_or(0)); });
-    listener.start(queue);
-    return port.get_future().get();
+    const auto port = listener.listen();
+    listener.accept(queue);
+    return port.value_or(0);
 }
 
 /// A connection with its client at the other end; the connection is touched on the queue only.

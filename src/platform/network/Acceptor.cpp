@@ -47,7 +47,7 @@ void Acceptor::wait() {
     asio::error_code error;
     if (!watch_.is_open()) watch_.assign(listener_->socket(), error);
     if (error) {
-        listener_->reportState(failure(error.value()));
+        listener_->reportFailure(error.value());
         return close();
     }
     watch_.async_wait(WatchedDescriptor::wait_read,
@@ -88,8 +88,8 @@ bool Acceptor::acceptOne(const ListenerHandlers& handlers) {
         const int code = errno;
         paused_ = outOfResources(code);
         if (endsListener(code)) {
-            // A cancelled listener ends here too; it has dropped its state handler.
-            listener_->reportState(failure(code));
+            // A cancelled listener ends here too; it has dropped its handlers.
+            listener_->reportFailure(code);
             close();
         }
         return !paused_ && code != EAGAIN && !endsListener(code);

@@ -14,9 +14,8 @@ namespace quorvel::platform {
 /// no IPv6), with address reuse, so that a port left in a closing state is free at once.
 class Listener {
   public:
-    /// Runs on the queue: with the port once the listener is ready, with the error when it fails,
-    /// which may happen after it was ready.
-    using StateHandler = std::function<void(const Result<std::uint16_t>& port)>;
+    /// Runs on the queue when the listener can accept no further connection.
+    using FailureHandler = std::function<void(std::error_code)>;
     /// Runs on the queue, on several threads at once if the queue is concurrent. A connection
     /// that the handler does not keep is closed.
     using ConnectionHandler = std::function<void(std::shared_ptr<Connection>)>;
@@ -29,13 +28,15 @@ class Listener {
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
 
-    /// Both are to be set before `start`.
-    virtual void onState(StateHandler handler) = 0;
+    /// Both are to be set before `accept`.
+    virtual void onFailure(FailureHandler handler) = 0;
     virtual void onConnection(ConnectionHandler handler) = 0;
 
-    /// Binds and listens on the calling thread; the outcome is reported to the state handler.
-    /// While the process is out of descriptors, accepting pauses and then resumes by itself.
-    virtual void start(WorkQueue& queue) = 0;
+    /// Binds and listens (bind(2), listen(2)); returns the port. Clients can connect from then on.
+    virtual Result<std::uint16_t> listen() = 0;
+    /// Accepts connections on the queue. While the process is out of descriptors, accepting pauses
+    /// and then resumes by itself.
+    virtual void accept(WorkQueue& queue) = 0;
 
     /// Stops listening before it returns: the port is free, waiting clients are reset, and the
     /// handlers are dropped. Thread-safe.

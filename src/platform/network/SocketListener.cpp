@@ -54,32 +54,28 @@ SocketListener::SocketListener(Descriptor socket, int family, std::uint16_t port
 
 SocketListener::~SocketListener() = default;
 
-void SocketListener::onState(StateHandler handler) {
-    handlers_->state = std::move(handler);
+void SocketListener::onFailure(FailureHandler handler) {
+    handlers_->failure = std::move(handler);
 }
 
 void SocketListener::onConnection(ConnectionHandler handler) {
     handlers_->connection = std::move(handler);
 }
 
-Result<std::uint16_t> SocketListener::bindAndListen() const {
+Result<std::uint16_t> SocketListener::listen() {
     sockaddr_storage address;
     socklen_t length = anyAddress(family_, requestedPort_, address);
     auto* const name = reinterpret_cast<sockaddr*>(&address);
-    if (bind(socket_.number(), name, length) != 0 || listen(socket_.number(), SOMAXCONN) != 0 ||
+    if (bind(socket_.number(), name, length) != 0 || ::listen(socket_.number(), SOMAXCONN) != 0 ||
         getsockname(socket_.number(), name, &length) != 0)
         return failure();
     return ntohs(reinterpret_cast<sockaddr_in&>(address).sin_port);
 }
 
-void SocketListener::start(WorkQueue& queue) {
-    const auto self = shared_from_this();
-    const auto port = bindAndListen();
-    queue.post([self, port] { self->reportState(port); });
-    if (!port) return;
+void SocketListener::accept(WorkQueue& queue) {
     for (const auto& loop : queue.loops_) {
         // Weakly, because a task that is never run must not keep its own loop alive.
-        loop->post([self, weakLoop = std::weak_ptr(loop)] {
+        loop->post([self = shared_from_this(), weakLoop = std::weak_ptr(loop)] {
             if (auto alive = weakLoop.lock()) self->acceptOn(alive);
         });
     }
@@ -98,7 +94,7 @@ void SocketListener::acceptOn(const std::shared_ptr<Loop>& loop) {
         acceptor->wait();
     } catch (const std::system_error& error) {
         // The first watch on a loop opens descriptors of the loop's own, and none may be left.
-        reportState(failure(error.code().value()));
+        reportFailure(error.code().value());
     }
 }
 
@@ -121,9 +117,9 @@ std::shared_ptr<const ListenerHandlers> SocketListener::handlers() const {
     return handlers_;
 }
 
-void SocketListener::reportState(const Result<std::uint16_t>& port) const {
+void SocketListener::reportFailure(int code) const {
     const auto current = handlers();
-    if (current && current->state) current->state(port);
+    if (current && current->failure) current->failure({code, std::generic_category()});
 }
 
 } // namespace quorvel::platform

@@ -12,7 +12,7 @@ namespace quorvel::platform {
 
 /// The handlers of a listener, which are dropped as a whole by its cancellation.
 struct ListenerHandlers {
-    Listener::StateHandler state;
+    Listener::FailureHandler failure;
     Listener::ConnectionHandler connection;
 };
 
@@ -23,15 +23,16 @@ class SocketListener final : public Listener, public std::enable_shared_from_thi
     SocketListener(Descriptor socket, int family, std::uint16_t port);
     ~SocketListener() override;
 
-    void onState(StateHandler handler) override;
+    void onFailure(FailureHandler handler) override;
     void onConnection(ConnectionHandler handler) override;
-    void start(WorkQueue& queue) override;
+    Result<std::uint16_t> listen() override;
+    void accept(WorkQueue& queue) override;
     void cancel() override;
 
     /// Null after `cancel`.
     std::shared_ptr<const ListenerHandlers> handlers() const;
     int socket() const { return socket_.number(); }
-    void reportState(const Result<std::uint16_t>& port) const;
+    void reportFailure(int code) const;
 
     /// One acceptor leads: it takes clients at once. The others look later, and one that still
     /// finds a client takes the lead.
@@ -39,7 +40,6 @@ class SocketListener final : public Listener, public std::enable_shared_from_thi
     void takeLead(const Acceptor& acceptor) { leader_ = &acceptor; }
 
   private:
-    Result<std::uint16_t> bindAndListen() const;
     void acceptOn(const std::shared_ptr<Loop>& loop);
 
     Descriptor socket_;
