@@ -21,6 +21,20 @@ struct Options {
 inline constexpr auto usage =
     "usage: quorvel-serve --type http|ftp --folder DIR --port N [--user U --pass P]\n";
 
+inline constexpr auto help = R"(
+Shares one folder, read-only, until it is ended by Ctrl-C or SIGTERM.
+
+  --type http|ftp  the protocol
+  --folder DIR     the folder to share
+  --port N         the TCP port, 1 to 65535
+  --user U         the user name that clients must give
+  --pass P         the password, which may be empty
+  --help           show this help
+
+Without --user and --pass anyone on the network can read the folder.
+Exit status: 0 when ended, 1 when the start failed, 2 for wrong options.
+)";
+
 /// Parses the arguments after the program's name; none if one is unknown, missing or invalid. The
 /// folder is made absolute.
 std::optional<Options> parseOptions(std::span<char* const> arguments);

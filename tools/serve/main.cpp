@@ -7,8 +7,10 @@
 #include "platform/files/SettingsStore.h"
 #include "platform/network/WorkQueue.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
+#include <string_view>
 
 namespace quorvel::serve {
 
@@ -63,7 +65,12 @@ int main(int argumentCount, char** arguments) {
     using namespace quorvel;
     platform::prepareProcess();
     const std::span<char* const> all(arguments, static_cast<std::size_t>(argumentCount));
-    const auto options = serve::parseOptions(all.subspan(all.empty() ? 0 : 1));
+    const auto given = all.subspan(all.empty() ? 0 : 1);
+    if (std::ranges::find(given, std::string_view("--help")) != given.end()) {
+        std::cout << serve::usage << serve::help;
+        return EXIT_SUCCESS;
+    }
+    const auto options = serve::parseOptions(given);
     if (!options) {
         std::cerr << serve::usage;
         return serve::exitUsage;
