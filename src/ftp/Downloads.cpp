@@ -14,7 +14,7 @@ void FTPFileServer::Session::handleRetrieve(std::string_view argument) {
         found ? platform::SharedFolder::open(std::move(found->item)) : platform::failure(ENOENT);
     if (!file) return sendReply("550 File not found.\r\n");
     transferWhenReady([self = shared_from_this(), file = std::move(*file), offset,
-                       name = std::string(server::lastComponent(found->location))]() mutable {
+                       name = std::string(server::lastComponent(found->virtualPath))]() mutable {
         self->startDownload(std::move(file), offset, name);
     });
 }

@@ -46,12 +46,10 @@ std::string FTPFileServer::Session::listingOf(const FoundItem& found, ListForm f
     if (attributes.kind == platform::ItemKind::directory) {
         const auto detail = form == ListForm::names ? platform::EntryDetail::kind
                                                     : platform::EntryDetail::kindSizeDate;
-        const auto path = server::relativeTo(context_->root, found.location);
-        entries =
-            context_->folder.entries(found.item, path, detail).value_or(std::vector<FolderEntry>{});
+        entries = context_->folder.entries(found.item, detail).value_or(std::vector<FolderEntry>{});
         server::sortByName(entries);
     } else {
-        entries.push_back({std::string(server::lastComponent(found.location)), false,
+        entries.push_back({std::string(server::lastComponent(found.virtualPath)), false,
                            attributes.size, attributes.modified});
     }
     std::string text;

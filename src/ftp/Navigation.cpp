@@ -9,9 +9,9 @@ auto FTPFileServer::Session::find(std::string_view argument, platform::Purpose p
     const std::string& root = context_->root;
     FoundItem found;
     found.virtualPath = resolvePath(workingDirectory_, argument);
-    found.location = urlForVirtualPath(root, found.virtualPath);
-    if (!server::isInside(root, found.location)) return std::nullopt;
-    auto item = context_->folder.find(server::relativeTo(root, found.location), purpose);
+    const std::string location = urlForVirtualPath(root, found.virtualPath);
+    if (!server::isInside(root, location)) return std::nullopt;
+    auto item = context_->folder.find(server::relativeTo(root, location), purpose);
     if (!item) return std::nullopt;
     found.item = std::move(*item);
     return found;

@@ -44,7 +44,6 @@ class FTPFileServer::Session final : public std::enable_shared_from_this<Session
     /// What a client's path names, found on disk and held.
     struct FoundItem {
         std::string virtualPath;
-        std::string location;
         platform::Item item;
     };
 

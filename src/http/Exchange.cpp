@@ -88,7 +88,7 @@ void HTTPFileServer::Exchange::answerPath(const RequestHead& request) {
     if (item->attributes.kind != platform::ItemKind::directory)
         return sendFile(std::move(*item), *location, request);
     if (!raw.ends_with('/')) return sendRedirect(redirectLocation(raw));
-    sendDirectoryIndex(*item, relativePath, decoded, request.method);
+    sendDirectoryIndex(*item, decoded, request.method);
 }
 
 void HTTPFileServer::Exchange::sendText(const TextResponse& response) {
@@ -100,10 +100,9 @@ void HTTPFileServer::Exchange::sendRedirect(std::string_view location) {
 }
 
 void HTTPFileServer::Exchange::sendDirectoryIndex(const platform::Item& directory,
-                                                  std::string_view relativePath,
                                                   std::string_view decodedPath,
                                                   std::string_view method) {
-    auto entries = context_->folder.entries(directory, relativePath, platform::EntryDetail::kind)
+    auto entries = context_->folder.entries(directory, platform::EntryDetail::kind)
                        .value_or(std::vector<platform::FolderEntry>{});
     server::sortByName(entries);
     const std::string page = indexPage(entries, decodedPath);

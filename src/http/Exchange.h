@@ -48,8 +48,8 @@ class HTTPFileServer::Exchange final : public std::enable_shared_from_this<Excha
     void answerPath(const RequestHead& request);
     void sendText(const TextResponse& response);
     void sendRedirect(std::string_view location);
-    void sendDirectoryIndex(const platform::Item& directory, std::string_view relativePath,
-                            std::string_view decodedPath, std::string_view method);
+    void sendDirectoryIndex(const platform::Item& directory, std::string_view decodedPath,
+                            std::string_view method);
     void sendAndClose(std::string response);
 
     // FileResponse.cpp

@@ -1,6 +1,5 @@
 #include "http/IndexPage.h"
 
-#include "platform/text/Text.h"
 #include "server/PercentEncoding.h"
 
 namespace quorvel::http {
@@ -50,10 +49,7 @@ void appendItem(std::string& page, const platform::FolderEntry& entry) {
     page += server::percentEncoded(entry.name, server::UrlPart::path);
     if (entry.isDirectory) page += '/';
     page += "\">";
-    if (platform::isValidUtf8(entry.name))
-        appendEscaped(page, entry.name);
-    else
-        appendEscaped(page, platform::withInvalidUtf8Replaced(entry.name));
+    appendEscaped(page, entry.name);
     if (entry.isDirectory) page += '/';
     page += "</a></li>";
 }

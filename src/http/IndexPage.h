@@ -14,8 +14,7 @@ std::string htmlEscape(std::string_view text);
 /// The decoded path with a slash at both ends.
 std::string displayPath(std::string_view decodedPath);
 
-/// The page that lists the entries in the given order: one line of UTF-8. A name on disk that is
-/// not UTF-8 is shown with U+FFFD and links to its bytes.
+/// The page that lists the entries in the given order: one line of UTF-8.
 std::string indexPage(const std::vector<platform::FolderEntry>& entries,
                       std::string_view decodedPath);
 

@@ -37,7 +37,9 @@ class Share : public ServedFolder<http::HTTPFileServer> {
   public:
     Share() {
         outside_.write("secret.txt", secret);
+        outside_.write("\xE9.txt", secret);
         folder.write("inside.txt", "shared");
+        folder.link("\xFF", outside_.path());
         folder.link("file", outside_.path("secret.txt"));
         folder.link("folder", outside_.path());
         EXPECT_EQ(startAndWait(*ftp_), "ready");
@@ -75,10 +77,13 @@ const std::vector<Attempt> attempts{
     {"GET /inside.txt", "shared", "shared", "shared"},
     {"GET /file", "Not Found", "Cannot open file", secret},
     {"GET /folder/secret.txt", "Not Found", "Cannot open file", secret},
+    {"GET /%EF%BF%BD/secret.txt", "Not Found", "Cannot open file", secret},
+    {"GET /folder/%EF%BF%BD.txt", "Not Found", "Not Found", secret},
     {"RETR inside.txt", "shared", "shared", "shared"},
     {"RETR file", "550 File not found.\r\n", "550 File not found.\r\n", secret},
     {"RETR folder/secret.txt", "550 File not found.\r\n", "550 File not found.\r\n", secret},
-    {"NLST folder", "550 No such file or directory.\r\n", "", "secret.txt\r\n"},
+    {"RETR \uFFFD/\uFFFD.txt", "550 File not found.\r\n", "550 File not found.\r\n", secret},
+    {"NLST folder", "550 No such file or directory.\r\n", "", "secret.txt\r\n\uFFFD.txt\r\n"},
     // A limit of the second wall: Landlock does not restrict access to a file's size.
     {"SIZE file", "550 Could not get file size.\r\n", "213 20\r\n", "213 20\r\n"},
 };

@@ -45,10 +45,10 @@ TEST(FTPText, ListingsHaveLocalDatesAndModificationTimesAreUTC) {
     ListingDateFormatter dates;
     std::string lines;
     appendListingLine(lines, {"Photos", true, 4096, 1704463380}, dates);
-    appendListingLine(lines, {"a \xff\"b", false, 1234567890123, -1}, dates);
+    appendListingLine(lines, {"a \uFFFD\"b", false, 1234567890123, -1}, dates);
     appendListingLine(lines, {"far", false, 0, INT64_MAX}, dates);
     EXPECT_EQ(lines, "drwxr-xr-x 1 owner group            0 Jan 05 14:03 Photos\r\n"
-                     "-rw-r--r-- 1 owner group 1234567890123 Dec 31 23:59 a \xff\"b\r\n"
+                     "-rw-r--r-- 1 owner group 1234567890123 Dec 31 23:59 a \uFFFD\"b\r\n"
                      "-rw-r--r-- 1 owner group            0 Jan 01 00:00 far\r\n");
     useTimeZone("XXX0:44:30"); // Liberia's zone until 1972.
     ListingDateFormatter others;

@@ -44,13 +44,13 @@ TEST_F(FTPTransfers, ListingsToTheByte) {
     folder.link("docs/up", "../empty");
     setModified(folder.makeFolder("empty"), 0);
     const std::string file = "-rw-r--r-- 1 owner group            5 Mar 07 11:00 ";
-    const std::string lines = file + "a \xff\"b\r\n" + file + "A.txt\r\n" + file + "b.txt\r\n" +
+    const std::string lines = file + "a \uFFFD\"b\r\n" + file + "A.txt\r\n" + file + "b.txt\r\n" +
                               file + "file2\r\n" + file +
                               "file10\r\n-rw-r--r-- 1 owner group            0 Jan 01 05:30 out\r\n"
                               "drwxr-xr-x 1 owner group            0 Jan 01 05:30 up\r\n";
     for (const auto& [command, text] : std::initializer_list<std::pair<std::string, std::string>>{
              {"LIST -la docs extra", lines},
-             {"NLST docs", "a \xff\"b\r\nA.txt\r\nb.txt\r\nfile2\r\nfile10\r\nout\r\nup\r\n"},
+             {"NLST docs", "a \uFFFD\"b\r\nA.txt\r\nb.txt\r\nfile2\r\nfile10\r\nout\r\nup\r\n"},
              {"NLST /docs/.hidden", ".hidden\r\n"},
              {"LIST docs/up/../b.txt -l", file + "b.txt\r\n"},
              {"LIST empty", ""},
@@ -75,6 +75,23 @@ TEST_F(FTPTransfers, DownloadsToTheByte) {
 
     folder.writeSparse("film", 5'368'709'120);
     EXPECT_EQ(client.ask("SIZE film"), "213 5368709120\r\n");
+}
+
+TEST_F(FTPTransfers, NameThatIsNotUtf8IsItsText) {
+    folder.write("caf\xE9/na\xEFve/\xFF.txt", "12345");
+    folder.link("caf\xE9/na\xEFve/\xFE", "../../caf\xE9");
+    const std::string path = "caf\uFFFD/na\uFFFDve/\uFFFD";
+    EXPECT_EQ(client.transfer("RETR " + path + ".txt"), loaded("\uFFFD.txt", "12345"));
+    EXPECT_EQ(client.transfer("NLST " + path + ".txt"), listed + "\uFFFD.txt\r\n");
+    EXPECT_EQ(client.ask("CWD " + path + "/na\uFFFDve"),
+              "250 Directory changed to /" + path + "/na\uFFFDve\r\n");
+    EXPECT_EQ(client.ask("SIZE \uFFFD.txt"), "213 5\r\n");
+    EXPECT_TRUE(client.ask("MDTM \uFFFD.txt").starts_with("213 "));
+    const std::string list = client.transfer("LIST");
+    EXPECT_THAT(list, testing::HasSubstr("\ndrwxr-xr-x"));
+    EXPECT_THAT(list, testing::HasSubstr(" \uFFFD.txt\r\n"));
+    for (const std::string command : {"CWD ", "SIZE ", "MDTM ", "RETR ", "LIST "})
+        EXPECT_TRUE(client.ask(command + "\uFFFD/none\uFFFD").starts_with("550 ")) << command;
 }
 
 TEST_F(FTPTransfers, DataConnectionMayComeBeforeOrAfterTheCommand) {

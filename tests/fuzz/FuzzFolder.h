@@ -19,6 +19,8 @@ inline const std::string& fuzzFolder() {
         share.write("a", "some text");
         share.write("d/b.txt", std::string(300000, 'b'));
         share.write("d/e/\n\"<\xFF", "odd name");
+        share.write("\xE9/\xE8/\xFF", "not UTF-8");
+        share.link("\xE9/\xFE", outside.path());
         share.makeFolder("empty");
         share.link("out", outside.path());
         share.link("s", outside.path("secret"));

@@ -121,7 +121,7 @@ class HostileTest(ServedFolder):
         return self.ask(b"RETR " + path)
 
     def names(self, path):
-        """Returns the names in a folder, as bytes on disk."""
+        """Returns the names in a folder, as the texts that clients see."""
         if self.protocol == "ftp":
             return self.ask(b"NLST " + path).split(b"\r\n")[:-1]
         links = re.findall(rb'<a class="\w+" href="([^"]*)">', self.get(path + b"/")[1])

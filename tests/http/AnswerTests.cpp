@@ -34,6 +34,8 @@ const std::string notAllowed =
 const std::string unsatisfiable =
     text("416 Range Not Satisfiable", "Range Not Satisfiable", "Content-Range: bytes */10\r\n");
 const std::string cannotOpen = text("500 Internal Server Error", "Cannot open file");
+/// The path of the folder that is M\xFCsik/t\xEFtel on disk.
+const std::string asText = "/M%EF%BF%BDsik/t%EF%BF%BDtel";
 const std::string partial = head("206 Partial Content", "text/plain; charset=utf-8", 3,
                                  "Accept-Ranges: bytes\r\nContent-Range: bytes 2-4/10\r\n");
 
@@ -45,6 +47,8 @@ class Answers : public testing::Test, protected HTTPFolder {
         folder.write("empty.JPG");
         folder.write(".hidden", "hidden");
         folder.write("My Docs & #%😀/a b.txt", "spaced");
+        folder.write("M\xFCsik/t\xEFtel/\xE9.txt", "tune");
+        folder.link("M\xFCsik/t\xEFtel/\xFF", "../../docs");
         folder.makeFolder("docs/deep");
         folder.link("passwd", "/etc/passwd");
         folder.link("etc", "/etc");
@@ -64,8 +68,8 @@ TEST_F(Answers, HaveABodyForGetAndTheSameHeadForHead) {
     const auto ten = file("text/plain; charset=utf-8", "0123456789");
     const std::string folderName = folder.path().substr(folder.path().rfind('/'));
     const std::vector<platform::FolderEntry> all{
-        {"docs", true}, {"empty.JPG"},           {"etc"},    {"fifo.png"},
-        {"in", true},   {"My Docs & #%😀", true}, {"passwd"}, {"ten.txt"}};
+        {"docs", true},          {"empty.JPG"},        {"etc"},    {"fifo.png"}, {"in", true},
+        {"My Docs & #%😀", true}, {"M\uFFFDsik", true}, {"passwd"}, {"ten.txt"}};
     struct Case {
         std::string target;
         std::pair<std::string, std::string> answer;
@@ -80,6 +84,9 @@ TEST_F(Answers, HaveABodyForGetAndTheSameHeadForHead) {
           Case{"/empty.JPG", file("image/jpeg", "")},
           Case{"/My%20Docs%20&%20%23%25%F0%9F%98%80/a%20b.txt",
                file("text/plain; charset=utf-8", "spaced")},
+          Case{asText + "/", page({{"\uFFFD", true}, {"\uFFFD.txt"}}, "/M\uFFFDsik/t\uFFFDtel/")},
+          Case{asText + "/%EF%BF%BD/", page({{"deep", true}}, "/M\uFFFDsik/t\uFFFDtel/\uFFFD/")},
+          Case{asText + "/%EF%BF%BD.txt", file("text/plain; charset=utf-8", "tune")},
           Case{"/ten.txt", {partial, "234"}, "Range: bytes=2-4\r\n"},
           Case{"/ten.txt", {partial, "234"}, "Range: x\r\nRANGE :\tBytes= 2 - 4,7-8 \r\n"}}) {
         const std::string rest = " " + target + " HTTP/1.1\r\n" + headers + "\r\n";
@@ -94,12 +101,13 @@ TEST_F(Answers, AreTheSameForGetAndHeadWhereThereIsNoFile) {
     const std::string beyondTheEnd = " HTTP/1.1\r\nRange: bytes=10-\r\nX:";
     for (const auto& [answer, targets] :
          {Group{redirectTo("/docs/"), {"/docs", "/docs?x=1", "//docs"}},
-          Group{redirectTo(spaced + "/"), {spaced}},
+          Group{redirectTo(spaced + "/"), {spaced}}, Group{redirectTo(asText + "/"), {asText}},
           Group{redirectTo("/x%0ASet-Cookie:a=b/../"), {"/x\nSet-Cookie:a=b/.."}},
           Group{forbidden, {"/..", "/docs/../../etc", "/%2e%2e/", "/..%2fetc%2fpasswd", "/..%2F"}},
           Group{notFound,
-                {"/none", "/%00", "/ten.txt%00.png", "/passwd", "/etc/passwd", "/etc/",
-                 "/" + std::string(5000, 'x'), "http://host/ten.txt"}},
+                {"/none", "/M%FCsik", "/passwd%EF%BF%BD", "/etc/%EF%BF%BD", "/%00",
+                 "/ten.txt%00.png", "/passwd", "/etc/passwd", "/etc/", "/" + std::string(5000, 'x'),
+                 "http://host/ten.txt"}},
           Group{unsatisfiable, {"/ten.txt" + beyondTheEnd}},
           Group{cannotOpen, {"/fifo.png", "/fifo.png" + beyondTheEnd}}})
         for (const auto& target : targets)

@@ -134,9 +134,9 @@ TEST(IndexPage, IsOneLineOfLinks) {
               page("/",
                    "<li><a class=\"file\" href=\"a%3Cb%3E.txt\">a&lt;b&gt;.txt</a></li><li><a "
                    "class=\"dir\" href=\"Photos%20&%20Videos/\">Photos &amp; Videos/</a></li>"));
-    EXPECT_EQ(indexPage({{"\xFF\"😀#%"}}, "/My \"Docs\"/"),
+    EXPECT_EQ(indexPage({{"\uFFFD\"😀#%"}}, "/My \"Docs\"/"),
               page("/My &quot;Docs&quot;/",
-                   parent + "<li><a class=\"file\" href=\"%FF%22%F0%9F%98%80%23%25\">"
+                   parent + "<li><a class=\"file\" href=\"%EF%BF%BD%22%F0%9F%98%80%23%25\">"
                             "\uFFFD&quot;😀#%</a></li>"));
     EXPECT_EQ(indexPage({}, ""), page("/", ""));
     EXPECT_EQ(indexPage({}, "a"), page("/a/", parent));

@@ -86,6 +86,43 @@ TEST_F(SharedFolderTest, FindsWhatIsInsideAndNothingElse) {
             EXPECT_EQ(look(folder_, path), expected) << path.substr(0, 50);
 }
 
+TEST_F(SharedFolderTest, FindsANameThatIsNotUtf8ByItsText) {
+    const test::NothingLeft nothingLeft;
+    outer_.write("share/caf\xE9/na\xEFve", "text");
+    outer_.write("share/.\xFF", "hidden");
+    outer_.write("share/" + std::string(255, '\xFF'), "long");
+    outer_.write("share2/\xFF", "secret");
+    for (const std::string name : {"\xF1 same", "\x80 same", "\xF2 same", "\x80 real",
+                                   "\uFFFD real", "\xF1 real", "\x80 link"})
+        outer_.write("share/" + name, name);
+    outer_.link("share/b\xFCro", "caf\xE9");
+    outer_.link("share/\xFE", ".");
+    outer_.link("share/out\xFF", "../share2");
+    outer_.link("share/\uFFFD link", "no-such-file");
+    const Descriptor watch(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    ASSERT_GE(inotify_add_watch(watch.number(), outer_.path("share2").c_str(), IN_OPEN), 0);
+    std::string linked = ".\uFFFD", longText;
+    for (int i = 0; i < 40; ++i) // as many links as the kernel follows
+        linked.insert(0, "\uFFFD/");
+    for (int i = 0; i < 255; ++i)
+        longText += "\uFFFD";
+    using Group = std::pair<std::string, Names>;
+    for (const auto& [expected, paths] :
+         {Group{"text", {"caf\uFFFD/na\uFFFDve", "caf\xE9/na\uFFFDve", "b\uFFFDro/na\uFFFDve"}},
+          Group{"hidden", {".\uFFFD", linked}}, Group{"long", {longText}},
+          Group{"\x80 same", {"\uFFFD same"}}, Group{"\uFFFD real", {"\uFFFD real"}},
+          Group{"(missing)",
+                {"\uFFFD link", "na\uFFFDve", "none/\uFFFD", "a.txt/\uFFFD", "\uFFFD/" + linked}},
+          Group{"(missing)",
+                {"out\uFFFD", "out\uFFFD/secret", "out\uFFFD/\uFFFD", "out-folder/\uFFFD",
+                 "out-folder-absolute/\uFFFD", "parent/share2/\uFFFD", "../share2/\uFFFD",
+                 outer_.path("share2/\uFFFD")}}})
+        for (const auto& path : paths)
+            EXPECT_EQ(look(folder_, path), expected) << path.substr(0, 50);
+    std::array<char, 4096> events;
+    EXPECT_EQ(read(watch.number(), events.data(), events.size()), -1) << "nothing outside is read";
+}
+
 TEST_F(SharedFolderTest, FollowsTheRootByItsName) {
     outer_.link("link-to-share", "share");
     const SharedFolder linked(outer_.path("link-to-share"));

@@ -27,6 +27,8 @@ struct ItemAttributes {
 struct Item {
     Descriptor descriptor;
     ItemAttributes attributes;
+    /// Where a directory was found, relative to the folder: its bytes on disk.
+    std::string path;
     /// Whether `find` has already opened the file for reading; otherwise `open` does.
     bool isReadable = false;
 };
@@ -34,8 +36,8 @@ struct Item {
 /// Why an item is looked up: to read it if it is a file, or only for its attributes.
 enum class Purpose { reading, attributes };
 
-/// A directory entry; the name is the bytes on disk. Links that do not resolve inside the folder
-/// keep the defaults: not a directory, size 0, 1970.
+/// A directory entry. The name is a text: the bytes on disk, with U+FFFD for what is not UTF-8.
+/// Links that do not resolve inside the folder keep the defaults: not a directory, size 0, 1970.
 struct FolderEntry {
     std::string name;
     bool isDirectory = false;
@@ -58,16 +60,16 @@ class SharedFolder {
     const std::string& path() const { return path_; }
 
     /// Finds the item at a path relative to the folder, without a leading slash; "" is the folder
-    /// itself. Missing items and items outside the folder fail alike.
+    /// itself. Missing items and items outside the folder fail alike. A component that names
+    /// nothing finds the first name on disk, in the order of bytes, whose text it is.
     Result<Item> find(std::string_view relativePath, Purpose purpose = Purpose::attributes) const;
 
     /// Opens a regular file for reading; EINVAL for any other kind. Never blocks on a FIFO.
     static Result<std::shared_ptr<const OpenFile>> open(Item item);
 
-    /// The entries of a directory that `find` returned for `relativePath`, in the order on disk,
-    /// without hidden ones (a leading dot).
-    Result<std::vector<FolderEntry>> entries(const Item& directory, std::string_view relativePath,
-                                             EntryDetail detail) const;
+    /// The entries of a directory that `find` returned, in the order on disk, without hidden ones
+    /// (a leading dot).
+    Result<std::vector<FolderEntry>> entries(const Item& directory, EntryDetail detail) const;
 
   private:
     std::string path_;
