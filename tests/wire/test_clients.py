@@ -1,4 +1,4 @@
-"""Stock clients against both servers: curl, aria2c, lftp and a browser."""
+"""Stock clients against both servers: curl, aria2c, wget, lftp, tnftp and a browser."""
 
 import html
 import os
@@ -7,6 +7,7 @@ import re
 import unittest
 
 from served import ServedFolder
+from terminal import INTERRUPT, Terminal
 
 GIB = 1 << 30
 ODD_NAMES = [
@@ -89,6 +90,7 @@ class Ftp(Clients):
     def lftp(self, commands):
         script = (
             "set net:max-retries 1; set net:timeout 60; set ftp:charset UTF-8; "
+            "set ftp:sync-mode off; "  # commands are sent without waiting for replies
             f"open -u '{','.join(self.login)}' 127.0.0.1:{self.port}; {commands}"
         )
         self.run_client("lftp", "--norc", "-c", script, limit=240)
@@ -104,11 +106,80 @@ class Ftp(Clients):
 
     def test_lftp_resumes_and_mirrors_a_tree(self):
         self.assert_resumes(lambda target: self.lftp(f"get -c film.mkv -o {target}"))
+        (self.scratch / "film.mkv").unlink()
+        self.lftp(f"pget -n 4 film.mkv -o {self.scratch}/film.mkv")
+        self.assertTrue((self.scratch / "film.mkv").read_bytes() == self.content)
         target = self.scratch / "mirror"
         self.lftp(f"mirror --parallel=4 tree {target}")
         self.run_client("diff", "-r", str(self.folder / "tree"), str(target))
 
+    def test_tnftp_goes_on_after_an_interrupted_download(self):
+        with Terminal("tnftp", "-n", "127.0.0.1", str(self.port)) as tnftp:
+            for command, reply in (
+                (b'user bob "p@ss word"\n', b"230"), (b"get large.mkv /dev/null\n", b"150"),
+                (INTERRUPT, b"200 OK"), (b"size film.mkv\n", b"30000001"), (b"quit\n", b"221"),
+            ):
+                tnftp.type(command)
+                tnftp.wait_for(reply)
+
+    def test_lftp_goes_on_after_an_interrupted_download(self):
+        setup = "set net:timeout 1000; set cmd:interactive true; debug 5"
+        options = ["--norc", "-e", setup, "-u", ",".join(self.login), self.url]
+        with Terminal("lftp", *options) as lftp:
+            for command, reply in (
+                (b"", b"> "), (b"get large.mkv -o " + bytes(self.scratch / "large") + b"\n", b"150"),
+                (INTERRUPT, b"200 OK"), (b"cat 'tree/#hash/100%.txt'\n", b"100% in #hash"),
+            ):
+                lftp.type(command)
+                lftp.wait_for(reply)
+
+
+class OldNames(ServedFolder):
+    """Names that are not UTF-8, as old archives of music and photos have them."""
+
+    @classmethod
+    def fill(cls, folder):
+        place = random.Random(12)
+        outer, inner = "Musik \xfc".encode("latin-1"), "写真".encode("shift-jis")
+        deepest = os.path.join(bytes(folder), outer, inner)
+        os.makedirs(deepest)
+        for i in range(200):
+            name = place.choice((
+                f"Grün {i} ß".encode("latin-1"), f"日本{i}".encode("shift-jis"),
+                b"%d " % i + bytes(b for b in place.randbytes(12) if b > 32 and b != ord("/")),
+            ))
+            parent = place.choice((bytes(folder), os.path.dirname(deepest), deepest))
+            with open(os.path.join(parent, name), "wb") as file:
+                file.write(b"content %d" % i)
+
+    def assert_whole(self, copy):
+        contents = sorted(file.read_bytes() for file in copy.rglob("*") if file.is_file()
+                          and not file.name.startswith("index.html"))
+        self.assertEqual(contents, sorted(b"content %d" % i for i in range(200)))
+
+    def mirror(self):
+        copy = self.scratch / "lftp"
+        script = f"set net:max-retries 1; set ftp:charset UTF-8; open {self.url}; mirror . {copy}"
+        self.run_client("lftp", "--norc", "-c", script)
+        self.assert_whole(copy)
+
+
+class OldNamesOverHttp(OldNames):
+    def test_wget_and_lftp_mirror_all_of_it(self):
+        copy = self.scratch / "wget"
+        self.run_client("wget", "-q", "-r", "-np", "-nH", "-P", str(copy), self.url)
+        self.assert_whole(copy)
+        self.mirror()
+
+
+class OldNamesOverFtp(OldNames):
+    protocol = "ftp"
+
+    def test_lftp_mirrors_all_of_it(self):
+        self.mirror()
+
 
 if __name__ == "__main__":
+    del OldNames  # not a test by itself
     del Clients  # not a test by itself
     unittest.main()
