@@ -1,6 +1,5 @@
 #include "platform/Process.h"
 
-#include <csignal>
 #include <ctime>
 #include <sys/resource.h>
 
@@ -13,6 +12,14 @@ void prepareProcess() {
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
     limit.rlim_cur = limit.rlim_max;
     setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+sigset_t terminationSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    return signals;
 }
 
 } // namespace quorvel::platform

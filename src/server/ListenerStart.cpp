@@ -16,7 +16,7 @@ startListener(std::weak_ptr<FolderServer> server, std::uint16_t port, platform::
     }));
     (*listener)->onConnection(std::move(handleConnection));
     const auto bound = (*listener)->listen();
-    queue.post(weakly(server, [bound](const FolderServer& self) {
+    queue.post(weakly(std::move(server), [bound](const FolderServer& self) {
         if (bound && self.onReady) self.onReady();
         if (!bound && self.onError) self.onError(describeNetworkError(bound.error()));
     }));

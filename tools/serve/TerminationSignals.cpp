@@ -1,24 +1,13 @@
 #include "TerminationSignals.h"
 
-#include <csignal>
+#include "platform/Process.h"
+
 #include <utility>
 
 namespace quorvel::serve {
 
-namespace {
-
-sigset_t terminationSignals() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    return signals;
-}
-
-} // namespace
-
 TerminationSignals::TerminationSignals(model::MainQueue& queue, platform::Task action) {
-    const sigset_t signals = terminationSignals();
+    const sigset_t signals = platform::terminationSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     waiting_ = std::thread([signals, &queue, action = std::move(action)]() mutable {
         int received = 0;
@@ -32,6 +21,7 @@ TerminationSignals::TerminationSignals(model::MainQueue& queue, platform::Task a
 
 TerminationSignals::~TerminationSignals() {
     // Wakes the thread if no signal has. The queue has quit, so what it then posts is not run.
+    // NOLINTNEXTLINE(bugprone-bad-signal-to-kill-thread): it is blocked and waited for.
     pthread_kill(waiting_.native_handle(), SIGTERM);
     waiting_.join();
 }

@@ -46,13 +46,13 @@ std::optional<Item> openedFile(const Descriptor& root, const std::string& path) 
     return std::move(*item);
 }
 
-Result<Item> itemAt(const Descriptor& root, std::string path, Purpose purpose) {
+Result<Item> itemAt(const Descriptor& root, const std::string& path, Purpose purpose) {
     if (purpose == Purpose::reading)
         if (auto file = openedFile(root, path)) return std::move(*file);
     auto descriptor = holdBeneath(root, path);
     if (!descriptor) return std::unexpected(descriptor.error());
     auto item = held(std::move(*descriptor));
-    if (item) item->path = std::move(path);
+    if (item) item->path = path;
     return item;
 }
 
@@ -127,7 +127,7 @@ Result<Item> SharedFolder::find(std::string_view relativePath, Purpose purpose) 
     if (item || !mayBeText(item.error(), path)) return item;
     auto onDisk = pathOnDisk((*root)->descriptor, path);
     if (!onDisk) return std::unexpected(onDisk.error());
-    return itemAt((*root)->descriptor, std::move(*onDisk), purpose);
+    return itemAt((*root)->descriptor, *onDisk, purpose);
 }
 
 Result<std::shared_ptr<const OpenFile>> SharedFolder::open(Item item) {

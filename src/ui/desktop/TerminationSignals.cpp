@@ -1,26 +1,15 @@
 #include "ui/desktop/TerminationSignals.h"
 
-#include <csignal>
+#include "platform/Process.h"
+
 #include <sys/signalfd.h>
 #include <unistd.h>
 #include <utility>
 
 namespace quorvel::ui {
 
-namespace {
-
-sigset_t terminationSignals() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    return signals;
-}
-
-} // namespace
-
 TerminationSignals::TerminationSignals() {
-    const sigset_t signals = terminationSignals();
+    const sigset_t signals = platform::terminationSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     descriptor_ = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
 }
@@ -35,7 +24,7 @@ std::unique_ptr<QSocketNotifier> TerminationSignals::onSignal(std::function<void
                      [descriptor = descriptor_, action = std::move(action)] {
                          signalfd_siginfo signal;
                          if (::read(descriptor, &signal, sizeof signal) < 0) return;
-                         const sigset_t signals = terminationSignals();
+                         const sigset_t signals = platform::terminationSignals();
                          pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
                          action();
                      });
