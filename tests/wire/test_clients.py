@@ -24,6 +24,7 @@ class Clients(ServedFolder):
     @classmethod
     def fill(cls, folder):
         (folder / "film.mkv").write_bytes(cls.content)
+        (folder / "short").write_bytes(cls.content[:200_000])
         os.utime(folder / "film.mkv", (1_710_000_000, 1_710_000_000))
         with open(folder / "large.mkv", "wb") as large:
             for place in (0, 3 * GIB, 5 * GIB - 4):
@@ -96,7 +97,7 @@ class Ftp(Clients):
         self.run_client("lftp", "--norc", "-c", script, limit=240)
 
     def test_curl(self):
-        self.assertEqual(self.curl("", "-l"), b"film.mkv\nlarge.mkv\ntree\n")
+        self.assertEqual(self.curl("", "-l"), b"film.mkv\nlarge.mkv\nshort\ntree\n")
         self.assertIn(b"30000001 Mar 09 17:00 film.mkv", self.curl(""))
         self.assertEqual(self.curl("film.mkv", "-r", "30000000-"), self.content[30_000_000:])
         self.curl("no-such-file", status=78)
@@ -114,24 +115,21 @@ class Ftp(Clients):
         self.run_client("diff", "-r", str(self.folder / "tree"), str(target))
 
     def test_tnftp_goes_on_after_an_interrupted_download(self):
+        # It waits for the end of the transfer, whose data it may no longer read: the kernel has to
+        # hold all of that, while a pipe that nobody reads keeps the download from its end.
+        pipe = self.scratch / "pipe"
+        os.mkfifo(pipe)
+        self.addCleanup(os.close, os.open(pipe, os.O_RDWR))
         with Terminal("tnftp", "-n", "127.0.0.1", str(self.port)) as tnftp:
             for command, reply in (
-                (b'user bob "p@ss word"\n', b"230"), (b"get large.mkv /dev/null\n", b"150"),
-                (INTERRUPT, b"200 OK"), (b"size film.mkv\n", b"30000001"), (b"quit\n", b"221"),
+                (b"", b""), (b'user bob "p@ss word"\n', b"230"),
+                (b"get short " + bytes(pipe) + b"\n", b"150"), (INTERRUPT, b"200 OK"),
+                (b"size film.mkv\n", b"30000001"), (b"quit\n", b"221"),
             ):
                 tnftp.type(command)
                 tnftp.wait_for(reply)
-
-    def test_lftp_goes_on_after_an_interrupted_download(self):
-        setup = "set net:timeout 1000; set cmd:interactive true; debug 5"
-        options = ["--norc", "-e", setup, "-u", ",".join(self.login), self.url]
-        with Terminal("lftp", *options) as lftp:
-            for command, reply in (
-                (b"", b"> "), (b"get large.mkv -o " + bytes(self.scratch / "large") + b"\n", b"150"),
-                (INTERRUPT, b"200 OK"), (b"cat 'tree/#hash/100%.txt'\n", b"100% in #hash"),
-            ):
-                lftp.type(command)
-                lftp.wait_for(reply)
+                if reply not in (b"150", b"221"):
+                    tnftp.wait_for(b"ftp> ")
 
 
 class OldNames(ServedFolder):
