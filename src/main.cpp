@@ -51,7 +51,7 @@ int main(int argumentCount, char** arguments) {
     // Declared here so that it outlives the servers' threads, which hold references to it.
     const auto mainQueue = std::make_shared<ui::QtMainQueue>();
     const int status = ui::run(signals, mainQueue, activationToken);
-    if (platform::WorkQueue::waitUntilAllEnded(std::chrono::seconds(1))) return status;
+    if (platform::waitUntilThreadsEnded(std::chrono::seconds(1))) return status;
     // A thread stuck on an unresponsive disk may still use what leaving main() would destroy.
     std::_Exit(status);
 }

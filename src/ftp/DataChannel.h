@@ -32,6 +32,8 @@ class DataChannel final : public std::enable_shared_from_this<DataChannel> {
     /// False when no client has connected, or the channel's one transfer is running already.
     bool beginTransfer();
     bool isTransferring() const { return isTransferring_; }
+    /// False once its transfer has ended.
+    bool isOpen() const { return dataListener_ || dataConnection_; }
 
     /// Each sends the content of the transfer that has begun, then closes the channel.
     void sendText(std::string text, TransferEnd end);

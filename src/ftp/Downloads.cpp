@@ -7,16 +7,21 @@
 namespace quorvel::ftp {
 
 void FTPFileServer::Session::handleRetrieve(std::string_view argument) {
+    find(argument, platform::Purpose::reading, &Session::retrieve);
+}
+
+void FTPFileServer::Session::retrieve(std::optional<FoundItem> found) {
     // A RETR that fails uses the offset up as well.
     const std::int64_t offset = std::exchange(restartOffset_, 0);
-    auto found = find(argument, platform::Purpose::reading);
     auto file =
         found ? platform::SharedFolder::open(std::move(found->item)) : platform::failure(ENOENT);
     if (!file) return sendReply("550 File not found.\r\n");
-    transferWhenReady([self = shared_from_this(), file = std::move(*file), offset,
-                       name = std::string(server::lastComponent(found->virtualPath))]() mutable {
-        self->startDownload(std::move(file), offset, name);
-    });
+    if (!canTransfer()) return;
+    dataChannel_->whenReady(
+        [self = shared_from_this(), file = std::move(*file), offset,
+         name = std::string(server::lastComponent(found->virtualPath))]() mutable {
+            self->startDownload(std::move(file), offset, name);
+        });
 }
 
 void FTPFileServer::Session::startDownload(std::shared_ptr<const platform::OpenFile> file,
@@ -35,14 +40,20 @@ void FTPFileServer::Session::finishDownload(std::error_code error) {
 }
 
 void FTPFileServer::Session::handleSize(std::string_view argument) {
-    const auto found = find(argument);
+    find(argument, platform::Purpose::attributes, &Session::sendSize);
+}
+
+void FTPFileServer::Session::sendSize(std::optional<FoundItem> found) {
     if (!found || found->item.attributes.kind == platform::ItemKind::directory)
         return sendReply("550 Could not get file size.\r\n");
     sendReply("213 " + std::to_string(found->item.attributes.size) + "\r\n");
 }
 
 void FTPFileServer::Session::handleModificationTime(std::string_view argument) {
-    const auto found = find(argument);
+    find(argument, platform::Purpose::attributes, &Session::sendModificationTime);
+}
+
+void FTPFileServer::Session::sendModificationTime(std::optional<FoundItem> found) {
     const auto date = found ? modificationTimeText(found->item.attributes.modified) : std::nullopt;
     if (!date) return sendReply("550 Could not get modification time.\r\n");
     sendReply("213 " + *date + "\r\n");

@@ -14,7 +14,7 @@ std::shared_ptr<FTPFileServer>
 FTPFileServer::create(const std::string& root, std::uint16_t port,
                       std::optional<server::Credentials> credentials) {
     const std::string folder = server::standardizedPath(root);
-    auto queue = platform::WorkQueue::serial("io.quorvel.ftp", platform::confinementTo(folder));
+    auto queue = platform::WorkQueue::create("io.quorvel.ftp", platform::confinementTo(folder));
     auto context = std::make_shared<const Context>(
         folder, std::move(credentials), platform::SharedFolder(folder), std::move(queue));
     return std::shared_ptr<FTPFileServer>(new FTPFileServer(std::move(context), port));

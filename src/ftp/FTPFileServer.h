@@ -16,7 +16,7 @@ namespace quorvel::ftp {
 /// Serves the folder read-only over FTP (RFC 959, 2428, 3659), with passive transfers only.
 ///
 /// Listens, keeps one `Session` per client, and closes all of them when it stops. The sessions
-/// run on the server's serial queue.
+/// run on the server's queue.
 class FTPFileServer final : public server::FolderServer,
                             public std::enable_shared_from_this<FTPFileServer> {
   public:

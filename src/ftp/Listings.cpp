@@ -24,29 +24,47 @@ std::size_t expectedSize(const std::vector<platform::FolderEntry>& entries) {
 } // namespace
 
 void FTPFileServer::Session::handleLongList(std::string_view argument) {
-    handleList(argument, ListForm::lines);
+    find(listPath(argument), platform::Purpose::attributes, &Session::listLines);
 }
 
 void FTPFileServer::Session::handleNameList(std::string_view argument) {
-    handleList(argument, ListForm::names);
+    find(listPath(argument), platform::Purpose::attributes, &Session::listNames);
 }
 
-void FTPFileServer::Session::handleList(std::string_view argument, ListForm form) {
-    const auto found = find(listPath(argument));
+void FTPFileServer::Session::listLines(std::optional<FoundItem> found) {
+    list(std::move(found), ListForm::lines);
+}
+
+void FTPFileServer::Session::listNames(std::optional<FoundItem> found) {
+    list(std::move(found), ListForm::names);
+}
+
+void FTPFileServer::Session::list(std::optional<FoundItem> found, ListForm form) {
     if (!found) return sendReply("550 No such file or directory.\r\n");
-    transferWhenReady([self = shared_from_this(), text = listingOf(*found, form)]() mutable {
-        self->sendListing(std::move(text));
-    });
+    if (!canTransfer()) return;
+    const auto disk = found->item.disk.id;
+    awaitDisk<std::string>(
+        disk,
+        [folder = context_->folder, found = std::move(*found),
+         form]() -> platform::Result<std::string> { return listingOf(folder, found, form); },
+        [](Session& self, platform::Result<std::string> text) {
+            if (!text) return self.removeSession();
+            self.dataChannel_->whenReady(
+                [session = self.shared_from_this(), text = std::move(*text)]() mutable {
+                    session->sendListing(std::move(text));
+                });
+        });
 }
 
-std::string FTPFileServer::Session::listingOf(const FoundItem& found, ListForm form) const {
+std::string FTPFileServer::Session::listingOf(const platform::SharedFolder& folder,
+                                              const FoundItem& found, ListForm form) {
     using platform::FolderEntry;
     const auto& attributes = found.item.attributes;
     std::vector<FolderEntry> entries;
     if (attributes.kind == platform::ItemKind::directory) {
         const auto detail = form == ListForm::names ? platform::EntryDetail::kind
                                                     : platform::EntryDetail::kindSizeDate;
-        entries = context_->folder.entries(found.item, detail).value_or(std::vector<FolderEntry>{});
+        entries = folder.entries(found.item, detail).value_or(std::vector<FolderEntry>{});
         server::sortByName(entries);
     } else {
         entries.push_back({std::string(server::lastComponent(found.virtualPath)), false,

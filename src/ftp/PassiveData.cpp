@@ -9,6 +9,7 @@ namespace quorvel::ftp {
 namespace {
 
 constexpr auto cannotOpenDataConnection = "425 Can't open data connection.\r\n";
+constexpr auto noDataConnection = "425 No data connection.\r\n";
 
 } // namespace
 
@@ -40,7 +41,7 @@ void FTPFileServer::Session::transferEnded() {
     const auto command = std::exchange(heldCommand_, nullptr);
     if (command == nullptr || isClosed_) return;
     (this->*command)({});
-    handleLines();
+    resumeLines();
 }
 
 bool FTPFileServer::Session::openDataChannel() {
@@ -61,15 +62,17 @@ platform::Result<std::uint16_t> FTPFileServer::Session::startDataListener() {
                                            });
 }
 
-void FTPFileServer::Session::transferWhenReady(platform::Task action) {
-    // Without PASV or EPSV the action waits all the same, until one of them discards it.
-    if (!dataChannel_) dataChannel_ = std::make_shared<DataChannel>();
-    dataChannel_->whenReady(std::move(action));
+bool FTPFileServer::Session::canTransfer() {
+    // Without a port no client can connect, and what is asked for waits for nothing.
+    if (!dataChannel_ || !dataChannel_->isOpen()) return false;
+    if (!dataChannel_->isTransferring()) return true;
+    sendReply(noDataConnection);
+    return false;
 }
 
 std::shared_ptr<DataChannel> FTPFileServer::Session::claimDataChannel() {
     if (dataChannel_->beginTransfer()) return dataChannel_;
-    sendReply("425 No data connection.\r\n");
+    sendReply(noDataConnection);
     return nullptr;
 }
 

@@ -18,6 +18,9 @@ constexpr std::size_t pendingLineLimit = 4096;
 // No further command is taken while more bytes of replies wait for the client to read them.
 constexpr std::size_t waitingReplyLimit = 65536;
 
+// While lines are held, input beyond this stays in the network.
+constexpr std::size_t heldInputLimit = 65536;
+
 // How long the commands waiting in one client's input may hold up the other clients.
 constexpr std::chrono::milliseconds turnTime{10};
 
@@ -34,6 +37,7 @@ void FTPFileServer::Session::start() {
 }
 
 void FTPFileServer::Session::askForCommands() {
+    if (std::exchange(isReceiving_, true)) return;
     control_->receive(controlReadMaximum,
                       [self = shared_from_this()](const platform::Received& received) {
                           self->receiveCommands(received);
@@ -41,9 +45,12 @@ void FTPFileServer::Session::askForCommands() {
 }
 
 void FTPFileServer::Session::receiveCommands(const platform::Received& received) {
+    isReceiving_ = false;
     input_ += received.bytes;
     inputHasEnded_ = received.endOfStream || received.error;
-    handleLines();
+    if (!isHeld()) return handleLines();
+    // A disk may hold the lines for hours: what a client that has left asked for is dropped.
+    if (awaitsDisk_) inputHasEnded_ ? removeSession() : watchClient();
 }
 
 void FTPFileServer::Session::handleLines() {
@@ -56,21 +63,30 @@ void FTPFileServer::Session::handleLines() {
         if (!line) break;
         if (!rest.empty()) sendsAhead_ = true;
         if (const auto text = commandText(*line); !text.empty()) handleCommand(text);
-        mustPause = heldCommand_ != nullptr || control_->bytesWaiting() > waitingReplyLimit ||
-                    Clock::now() >= turnEnd;
+        mustPause =
+            isHeld() || control_->bytesWaiting() > waitingReplyLimit || Clock::now() >= turnEnd;
     }
     input_.erase(0, input_.size() - rest.size());
     mustPause ? pauseLines() : linesHandled();
 }
 
 void FTPFileServer::Session::pauseLines() {
-    if (heldCommand_ != nullptr) return;
+    if (awaitsDisk_) return watchClient();
+    if (isHeld()) return;
     if (control_->bytesWaiting() <= waitingReplyLimit)
         return context_->queue->post([self = shared_from_this()] { self->handleLines(); });
     // An empty send completes after all replies before it.
     control_->send({}, [self = shared_from_this()](std::error_code error) {
         error ? self->removeSession() : self->handleLines();
     });
+}
+
+void FTPFileServer::Session::watchClient() {
+    if (input_.size() <= heldInputLimit) askForCommands();
+}
+
+void FTPFileServer::Session::resumeLines() {
+    if (!isHeld()) handleLines();
 }
 
 void FTPFileServer::Session::linesHandled() {
@@ -97,6 +113,7 @@ void FTPFileServer::Session::removeSession(platform::PeerInput input) {
 
 void FTPFileServer::Session::close(platform::PeerInput input) {
     isClosed_ = true;
+    context_->queue->workers()->cancel(diskWork_);
     if (dataChannel_) dataChannel_->cancel();
     control_->cancel(input);
 }

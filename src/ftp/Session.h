@@ -5,6 +5,7 @@
 #include "platform/files/SharedFolder.h"
 #include "platform/network/Connection.h"
 #include "platform/network/WorkQueue.h"
+#include "platform/network/WorkerPool.h"
 
 #include <string_view>
 
@@ -21,9 +22,11 @@ struct FTPFileServer::Context {
 /// One client, from its greeting to `removeSession`. Runs on the server's queue.
 ///
 /// `receiveCommands` collects what the client sends, `handleLines` takes the lines, and
-/// `handleCommand` finds each one's row in the command table. A transfer command finds its file or
-/// builds its listing at once and leaves the sending to an action, which runs as soon as the client
-/// has connected to the port of the last PASV or EPSV.
+/// `handleCommand` finds each one's row in the command table. What may wait for a disk is done by
+/// the queue's pool, and no further line is handled meanwhile, so that replies keep the order of
+/// their commands. A transfer command finds its file or builds its listing when it arrives and
+/// leaves the sending to an action, which runs as soon as the client has connected to the port of
+/// the last PASV or EPSV.
 ///
 /// The callbacks of its connections own the session. They are dropped when the connections end, so
 /// that a session is gone soon after `close`, which the server calls when it stops.
@@ -47,6 +50,9 @@ class FTPFileServer::Session final : public std::enable_shared_from_this<Session
         platform::Item item;
     };
 
+    /// What a command does with the item that it names, if there is one.
+    using ItemStep = void (Session::*)(std::optional<FoundItem> found);
+
     enum class ListForm { lines, names };
 
     // Session.cpp: the life of the session, and its lines.
@@ -54,7 +60,14 @@ class FTPFileServer::Session final : public std::enable_shared_from_this<Session
     void receiveCommands(const platform::Received& received);
     void handleLines();
     void pauseLines();
+    void watchClient();
     void linesHandled();
+    bool isHeld() const { return awaitsDisk_ || heldCommand_ != nullptr; }
+    void resumeLines();
+    /// Does the work on the pool, then the step here.
+    template <class Value>
+    void awaitDisk(std::uint64_t disk, std::move_only_function<platform::Result<Value>()> work,
+                   std::move_only_function<void(Session&, platform::Result<Value>)> step);
     void closeAfterReplies();
     void removeSession(platform::PeerInput input = platform::PeerInput::done);
     void sendReply(std::string text);
@@ -74,9 +87,10 @@ class FTPFileServer::Session final : public std::enable_shared_from_this<Session
     void handleQuit(std::string_view argument);
 
     // Navigation.cpp: from a client's path to an item on disk.
-    std::optional<FoundItem> find(std::string_view argument,
-                                  platform::Purpose purpose = platform::Purpose::attributes) const;
+    void find(std::string_view argument, platform::Purpose purpose, ItemStep step);
+    void itemFound(std::string virtualPath, platform::Result<platform::Item> item, ItemStep step);
     void handleChangeDirectory(std::string_view argument);
+    void changeDirectory(std::optional<FoundItem> found);
     void handleParentDirectory(std::string_view argument);
 
     // PassiveData.cpp: a data channel for each PASV and EPSV.
@@ -86,25 +100,31 @@ class FTPFileServer::Session final : public std::enable_shared_from_this<Session
     bool openDataChannel();
     std::optional<std::string> passiveAddress() const;
     platform::Result<std::uint16_t> startDataListener();
-    void transferWhenReady(platform::Task action);
+    bool canTransfer();
     std::shared_ptr<DataChannel> claimDataChannel();
     void transferEnded();
 
     // Listings.cpp
     void handleLongList(std::string_view argument);
     void handleNameList(std::string_view argument);
-    void handleList(std::string_view argument, ListForm form);
-    std::string listingOf(const FoundItem& found, ListForm form) const;
+    void listLines(std::optional<FoundItem> found);
+    void listNames(std::optional<FoundItem> found);
+    void list(std::optional<FoundItem> found, ListForm form);
+    static std::string listingOf(const platform::SharedFolder& folder, const FoundItem& found,
+                                 ListForm form);
     void sendListing(std::string text);
     void finishListing(std::error_code error);
 
     // Downloads.cpp: RETR, and the attributes of files.
     void handleRetrieve(std::string_view argument);
+    void retrieve(std::optional<FoundItem> found);
     void startDownload(std::shared_ptr<const platform::OpenFile> file, std::int64_t offset,
                        std::string_view name);
     void finishDownload(std::error_code error);
     void handleSize(std::string_view argument);
+    void sendSize(std::optional<FoundItem> found);
     void handleModificationTime(std::string_view argument);
+    void sendModificationTime(std::optional<FoundItem> found);
 
     const std::shared_ptr<const Context> context_;
     const std::weak_ptr<FTPFileServer> server_;
@@ -117,19 +137,37 @@ class FTPFileServer::Session final : public std::enable_shared_from_this<Session
     std::string workingDirectory_ = "/";
     /// Set by REST and used up by the next RETR.
     std::int64_t restartOffset_ = 0;
-    /// That of the last PASV or EPSV; null before the first command that needs one.
+    /// That of the last PASV or EPSV; null before the first.
     std::shared_ptr<DataChannel> dataChannel_;
     /// A PASV or EPSV that waits for the end of the transfer that it cuts, whose reply comes first.
     /// No further line is handled meanwhile.
     void (Session::*heldCommand_)(std::string_view) = nullptr;
+    /// The pool works for the last command. No further line is handled meanwhile.
+    bool awaitsDisk_ = false;
+    platform::WorkerPool::Work diskWork_;
 
     /// Received and not handled yet; holds no memory while the client is idle.
     std::string input_;
+    bool isReceiving_ = false;
     bool inputHasEnded_ = false;
     /// The client sends without waiting for replies, so that some may be unread when it quits.
     bool sendsAhead_ = false;
     bool isQuitting_ = false;
     bool isClosed_ = false;
 };
+
+template <class Value>
+void FTPFileServer::Session::awaitDisk(
+    std::uint64_t disk, std::move_only_function<platform::Result<Value>()> work,
+    std::move_only_function<void(Session&, platform::Result<Value>)> step) {
+    awaitsDisk_ = true;
+    diskWork_ = context_->queue->workers()->run<Value>(
+        {disk, control_->peerAddress()}, std::move(work),
+        [self = shared_from_this(), step = std::move(step)](platform::Result<Value> value) mutable {
+            self->awaitsDisk_ = false;
+            step(*self, std::move(value));
+            self->resumeLines();
+        });
+}
 
 } // namespace quorvel::ftp

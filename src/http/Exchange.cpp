@@ -15,10 +15,24 @@ namespace {
 
 constexpr std::string_view headEnd = "\r\n\r\n";
 
-/// False when the process is out of descriptors: the item may exist all the same.
+/// False when the process is out of descriptors or memory: the item may exist all the same.
 bool saysMissing(const std::error_code& error) {
     return error != std::errc::too_many_files_open &&
-           error != std::errc::too_many_files_open_in_system;
+           error != std::errc::too_many_files_open_in_system &&
+           error != std::errc::not_enough_memory;
+}
+
+/// The whole answer with the index of a folder, which is empty if it cannot be read. May wait for
+/// the disk.
+std::string directoryIndex(const platform::SharedFolder& folder, const platform::Item& directory,
+                           std::string_view decodedPath, bool isHead) {
+    auto entries = folder.entries(directory, platform::EntryDetail::kind)
+                       .value_or(std::vector<platform::FolderEntry>{});
+    server::sortByName(entries);
+    const std::string page = indexPage(entries, decodedPath);
+    std::string response = indexHead(page.size());
+    if (!isHead) response += page;
+    return response;
 }
 
 } // namespace
@@ -60,7 +74,7 @@ void HTTPFileServer::Exchange::receiveRequest(const platform::Received& received
 }
 
 void HTTPFileServer::Exchange::handleRequest(std::string_view head, bool bytesFollow) {
-    const auto request = parseRequestHead(head);
+    auto request = parseRequestHead(head);
     // The answer may take hours, and the bytes of the head are no longer needed.
     buffer_.clear();
     buffer_.shrink_to_fit();
@@ -69,7 +83,7 @@ void HTTPFileServer::Exchange::handleRequest(std::string_view head, bool bytesFo
     if (isRead && !request->announcesBody && !bytesFollow) peerInput_ = platform::PeerInput::done;
     if (!isAuthorized(*request)) return sendText(unauthorized());
     if (!isRead) return sendText(methodNotAllowed());
-    answerPath(*request);
+    answerPath(std::move(*request));
 }
 
 bool HTTPFileServer::Exchange::isAuthorized(const RequestHead& request) const {
@@ -77,18 +91,33 @@ bool HTTPFileServer::Exchange::isAuthorized(const RequestHead& request) const {
            request.authorization == context_->expectedAuthorization;
 }
 
-void HTTPFileServer::Exchange::answerPath(const RequestHead& request) {
-    const std::string_view raw = rawPath(request.target);
-    const std::string decoded = decodedPath(raw);
-    const auto location = resolveRequestPath(context_->root, decoded);
+void HTTPFileServer::Exchange::answerPath(RequestHead request) {
+    std::string decoded = decodedPath(rawPath(request.target));
+    auto location = resolveRequestPath(context_->root, decoded);
     if (!location) return sendText(forbidden());
-    const auto relativePath = server::relativeTo(context_->root, *location);
-    auto item = context_->folder.find(relativePath, platform::Purpose::reading);
+    Target target{std::move(request), std::move(decoded), std::move(*location)};
+    const auto path = server::relativeTo(context_->root, target.location);
+    auto item = context_->folder.findCached(path, platform::Purpose::reading);
+    item ? answerItem(std::move(*item), target) : findOnDisk(std::move(target));
+}
+
+void HTTPFileServer::Exchange::findOnDisk(Target target) {
+    const std::string path(server::relativeTo(context_->root, target.location));
+    context_->workers->run<platform::Item>(
+        {context_->folder.diskOf(path), connection_->peerAddress()},
+        [folder = context_->folder, path] { return folder.find(path, platform::Purpose::reading); },
+        [self = shared_from_this(), target = std::move(target)](
+            platform::Result<platform::Item> item) { self->answerItem(std::move(item), target); });
+}
+
+void HTTPFileServer::Exchange::answerItem(platform::Result<platform::Item> item,
+                                          const Target& target) {
     if (!item) return sendText(saysMissing(item.error()) ? notFound() : cannotOpenFile());
     if (item->attributes.kind != platform::ItemKind::directory)
-        return sendFile(std::move(*item), *location, request);
+        return sendFile(std::move(*item), target);
+    const auto raw = rawPath(target.request.target);
     if (!raw.ends_with('/')) return sendRedirect(redirectLocation(raw));
-    sendDirectoryIndex(*item, decoded, request.method);
+    sendDirectoryIndex(std::move(*item), target);
 }
 
 void HTTPFileServer::Exchange::sendText(const TextResponse& response) {
@@ -99,16 +128,18 @@ void HTTPFileServer::Exchange::sendRedirect(std::string_view location) {
     sendAndClose(redirectResponse(location));
 }
 
-void HTTPFileServer::Exchange::sendDirectoryIndex(const platform::Item& directory,
-                                                  std::string_view decodedPath,
-                                                  std::string_view method) {
-    auto entries = context_->folder.entries(directory, platform::EntryDetail::kind)
-                       .value_or(std::vector<platform::FolderEntry>{});
-    server::sortByName(entries);
-    const std::string page = indexPage(entries, decodedPath);
-    std::string response = indexHead(page.size());
-    if (method == "GET") response += page;
-    sendAndClose(std::move(response));
+void HTTPFileServer::Exchange::sendDirectoryIndex(platform::Item directory, const Target& target) {
+    const auto disk = directory.disk.id;
+    context_->workers->run<std::string>(
+        {disk, connection_->peerAddress()},
+        [folder = context_->folder, directory = std::move(directory), path = target.decodedPath,
+         isHead = target.isHead()]() -> platform::Result<std::string> {
+            return directoryIndex(folder, directory, path, isHead);
+        },
+        [self = shared_from_this()](platform::Result<std::string> response) {
+            if (!response) return self->connection_->cancel();
+            self->sendAndClose(std::move(*response));
+        });
 }
 
 void HTTPFileServer::Exchange::sendAndClose(std::string response) {

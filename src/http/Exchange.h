@@ -4,6 +4,7 @@
 #include "http/RequestHead.h"
 #include "platform/files/SharedFolder.h"
 #include "platform/network/Connection.h"
+#include "platform/network/WorkerPool.h"
 
 #include <string_view>
 #include <system_error>
@@ -18,14 +19,16 @@ struct HTTPFileServer::Context {
     /// The value that the Authorization header must have; none with open access.
     std::optional<std::string> expectedAuthorization;
     platform::SharedFolder folder;
+    /// For what may wait for a disk. Does not keep the server's queue alive.
+    std::shared_ptr<platform::WorkerPool> workers;
 };
 
 /// One request and its answer, from the first byte to the close of the connection. Runs on the
-/// thread of its connection.
+/// server's queue.
 ///
 /// `receiveRequest` runs until the head is complete, then `handleRequest` leads to one of
-/// `sendText`, `sendRedirect`, `sendDirectoryIndex` and `sendFile`. The connection's callbacks own
-/// the exchange, which is gone when the connection has dropped them.
+/// `sendText`, `sendRedirect`, `sendDirectoryIndex` and `sendFile`. The callbacks of the connection
+/// and of the pool own the exchange, which is gone when these have dropped them.
 class HTTPFileServer::Exchange final : public std::enable_shared_from_this<Exchange> {
   public:
     Exchange(std::shared_ptr<const Context> context,
@@ -40,21 +43,32 @@ class HTTPFileServer::Exchange final : public std::enable_shared_from_this<Excha
     /// The connection is dropped when more bytes than these make no complete head.
     static constexpr std::size_t maxRequestHeadBytes = 524288;
 
+    /// What a request for a path asks for.
+    struct Target {
+        RequestHead request;
+        std::string decodedPath;
+        /// The absolute path inside the root.
+        std::string location;
+
+        bool isHead() const { return request.method == "HEAD"; }
+    };
+
     // Exchange.cpp: the request, and every answer but a file's.
     void readMore();
     void receiveRequest(const platform::Received& received);
     void handleRequest(std::string_view head, bool bytesFollow);
     bool isAuthorized(const RequestHead& request) const;
-    void answerPath(const RequestHead& request);
+    void answerPath(RequestHead request);
+    void findOnDisk(Target target);
+    void answerItem(platform::Result<platform::Item> item, const Target& target);
     void sendText(const TextResponse& response);
     void sendRedirect(std::string_view location);
-    void sendDirectoryIndex(const platform::Item& directory, std::string_view decodedPath,
-                            std::string_view method);
+    void sendDirectoryIndex(platform::Item directory, const Target& target);
     void sendAndClose(std::string response);
 
     // FileResponse.cpp
-    void sendFile(platform::Item item, std::string_view location, const RequestHead& request);
-    void sendSmallFile(std::string head);
+    void sendFile(platform::Item item, const Target& target);
+    bool appendSmallFile(std::string& head) const;
     void headerSent(std::error_code error);
     void sendNextChunk();
     void chunkSent(std::error_code error, std::size_t count);

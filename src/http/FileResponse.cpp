@@ -16,38 +16,36 @@ constexpr std::int64_t smallFileSize = 16384;
 
 } // namespace
 
-void HTTPFileServer::Exchange::sendFile(platform::Item item, std::string_view location,
-                                        const RequestHead& request) {
+void HTTPFileServer::Exchange::sendFile(platform::Item item, const Target& target) {
     const std::int64_t size = item.attributes.size;
     auto file = platform::SharedFolder::open(std::move(item));
     if (!file) return sendText(cannotOpenFile());
     std::optional<ByteRange> range;
-    if (request.range && isByteRange(*request.range)) {
-        range = parseRange(*request.range, size);
+    if (const auto& wanted = target.request.range; wanted && isByteRange(*wanted)) {
+        range = parseRange(*wanted, size);
         if (!range) return sendText(rangeNotSatisfiable(size));
     }
-    const auto type = mimeType(fileExtension(server::lastComponent(location)));
+    const auto type = mimeType(fileExtension(server::lastComponent(target.location)));
     std::string head = fileHead(type, range, size);
     offset_ = range ? range->first : 0;
     remaining_ = range ? range->length() : size;
-    if (request.method == "HEAD" || remaining_ == 0) return sendAndClose(std::move(head));
+    if (target.isHead() || remaining_ == 0) return sendAndClose(std::move(head));
 
     file_ = std::move(*file);
-    if (remaining_ <= smallFileSize) return sendSmallFile(std::move(head));
+    if (remaining_ <= smallFileSize && appendSmallFile(head)) return sendAndClose(std::move(head));
     connection_->send(
         std::move(head),
         [self = shared_from_this()](std::error_code error) { self->headerSent(error); },
         platform::MoreToSend::yes);
 }
 
-void HTTPFileServer::Exchange::sendSmallFile(std::string head) {
+bool HTTPFileServer::Exchange::appendSmallFile(std::string& head) const {
     const std::size_t headSize = head.size();
-    head.resize(headSize + static_cast<std::size_t>(remaining_));
-    const auto count = file_->read(offset_, std::span(head).subspan(headSize)).value_or(0);
-    // If the file has shrunk meanwhile, the close tells the client that bytes are missing.
-    head.resize(headSize + count);
-    file_.reset();
-    sendAndClose(std::move(head));
+    const auto bodySize = static_cast<std::size_t>(remaining_);
+    head.resize(headSize + bodySize);
+    if (file_->readCached(offset_, std::span(head).subspan(headSize)) == bodySize) return true;
+    head.resize(headSize);
+    return false;
 }
 
 void HTTPFileServer::Exchange::headerSent(std::error_code error) {

@@ -24,15 +24,16 @@ std::shared_ptr<HTTPFileServer>
 HTTPFileServer::create(const std::string& root, std::uint16_t port,
                        const std::optional<server::Credentials>& credentials) {
     const std::string folder = server::standardizedPath(root);
-    auto context = std::make_shared<const Context>(folder, authorizationFor(credentials),
-                                                   platform::SharedFolder(folder));
-    return std::shared_ptr<HTTPFileServer>(new HTTPFileServer(std::move(context), port));
+    auto queue = platform::WorkQueue::create("io.quorvel.http", platform::confinementTo(folder));
+    auto context = std::make_shared<const Context>(
+        folder, authorizationFor(credentials), platform::SharedFolder(folder), queue->workers());
+    return std::shared_ptr<HTTPFileServer>(
+        new HTTPFileServer(std::move(context), port, std::move(queue)));
 }
 
-HTTPFileServer::HTTPFileServer(std::shared_ptr<const Context> context, std::uint16_t port)
-    : context_(std::move(context)), port_(port),
-      queue_(platform::WorkQueue::concurrent("io.quorvel.http",
-                                             platform::confinementTo(context_->root))) {}
+HTTPFileServer::HTTPFileServer(std::shared_ptr<const Context> context, std::uint16_t port,
+                               std::shared_ptr<platform::WorkQueue> queue)
+    : context_(std::move(context)), port_(port), queue_(std::move(queue)) {}
 
 platform::Result<> HTTPFileServer::start() {
     auto listener = server::startListener(

@@ -14,7 +14,7 @@ namespace quorvel::http {
 /// Serves the folder read-only over HTTP/1.1: one request per connection, one answer, then the
 /// close.
 ///
-/// Listens, and gives each client to an `Exchange` of its own on the server's concurrent queue.
+/// Listens, and gives each client to an `Exchange` of its own on the server's queue.
 /// Exchanges outlive `stop`, but not the server: releasing it releases the queue, which closes
 /// every connection that is left.
 class HTTPFileServer final : public server::FolderServer,
@@ -32,7 +32,8 @@ class HTTPFileServer final : public server::FolderServer,
     struct Context;
     class Exchange;
 
-    HTTPFileServer(std::shared_ptr<const Context> context, std::uint16_t port);
+    HTTPFileServer(std::shared_ptr<const Context> context, std::uint16_t port,
+                   std::shared_ptr<platform::WorkQueue> queue);
 
     void handleConnection(const std::shared_ptr<platform::Connection>& connection) const;
 

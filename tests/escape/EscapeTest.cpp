@@ -146,7 +146,7 @@ TEST_F(Escape, IsNoMoreThanReadingForAConfinedThread) {
     const std::uint16_t port = freePort();
 
     std::promise<std::vector<std::string>> outcome;
-    const auto queue = platform::WorkQueue::serial("test", platform::confinementTo(folder.path()));
+    const auto queue = platform::WorkQueue::create("test", platform::confinementTo(folder.path()));
     queue->post([&] {
         std::vector<std::string> allowed;
         const auto expectDenied = [&](const char* what, long result) {

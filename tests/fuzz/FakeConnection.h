@@ -49,6 +49,7 @@ class FakeConnection final : public platform::Connection,
     }
     std::size_t bytesWaiting() const override { return bytesWaiting_; }
     void cancel(platform::PeerInput) override { end(); }
+    std::string peerAddress() const override { return "127.0.0.1"; }
     std::optional<std::string> localIPv4Address() const override { return "127.0.0.1"; }
 
     /// What the peer does; it returns when all that follows from it has happened.

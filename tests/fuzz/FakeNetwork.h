@@ -3,6 +3,7 @@
 #include "FakeConnection.h"
 
 #include "platform/network/Listener.h"
+#include "platform/network/WorkerPool.h"
 
 namespace quorvel::test {
 
@@ -47,16 +48,38 @@ Result<std::shared_ptr<Listener>> Listener::create(std::uint16_t) {
     return listener;
 }
 
-WorkQueue::WorkQueue(const std::string&, std::size_t, const ThreadSetup&) {}
+class WorkerPool::Job {
+  public:
+    Task work;
+    Task done;
+};
+
+struct WorkerPool::Shared {};
+
+WorkerPool::WorkerPool(std::string, std::weak_ptr<Loop>) {}
+
+WorkerPool::~WorkerPool() = default;
+
+WorkerPool::Work WorkerPool::add(const WorkOrigin&, Task work, Task done) {
+    const auto job = std::make_shared<Job>(std::move(work), std::move(done));
+    test::tasks.emplace_back([job] {
+        job->work();
+        if (Task step = std::exchange(job->done, nullptr)) step();
+    });
+    return job;
+}
+
+void WorkerPool::cancel(const Work& work) {
+    if (const auto job = work.lock()) const Task done = std::exchange(job->done, nullptr);
+}
+
+WorkQueue::WorkQueue(const std::string&, const ThreadSetup&)
+    : workers_(std::make_shared<WorkerPool>("", std::weak_ptr<Loop>{})) {}
 
 WorkQueue::~WorkQueue() = default;
 
-std::shared_ptr<WorkQueue> WorkQueue::serial(const std::string& label, const ThreadSetup&) {
-    return std::shared_ptr<WorkQueue>(new WorkQueue(label, 0, {}));
-}
-
-std::shared_ptr<WorkQueue> WorkQueue::concurrent(const std::string& label, const ThreadSetup&) {
-    return serial(label);
+std::shared_ptr<WorkQueue> WorkQueue::create(const std::string& label, const ThreadSetup&) {
+    return std::shared_ptr<WorkQueue>(new WorkQueue(label, {}));
 }
 
 void WorkQueue::post(Task task) {

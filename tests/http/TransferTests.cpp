@@ -127,15 +127,15 @@ TEST(OutOfDescriptors, NoFileIsSaidToBeMissing) {
 
 TEST(OutOfDescriptors, MakesAStartFail) {
     const test::TemporaryFolder folder;
-    for (rlim_t left = 0; left < 8; ++left) {
+    for (rlim_t left = 0; left < 3; ++left) {
         std::atomic<bool> failed = left == 0;
         const test::NothingLeft nothingLeft;
         const auto descriptors = test::countOf("fd");
         const auto server = HTTPFileServer::create(folder.path(), test::freePort(), std::nullopt);
-        // The threads share one until the last of them is confined.
+        // The thread has one until it is confined.
         EXPECT_TRUE(test::eventually([&] { return test::countOf("fd") == descriptors; }));
         server->onError = [&](const auto& text) { failed = text == "Network error (EMFILE)."; };
-        // One for the listener, then three for each thread.
+        // One for the listener, then two for the loop.
         const FewDescriptors few(left);
         EXPECT_EQ(server->start().has_value(), left > 0);
         EXPECT_TRUE(test::eventually([&] { return failed.load(); })) << left;

@@ -80,7 +80,7 @@ class ConnectionPair {
     /// Runs the work on the queue and waits for it.
     void run(Task work) const { runOn(*queue, std::move(work)); }
 
-    std::shared_ptr<WorkQueue> queue = WorkQueue::serial("test.pair");
+    std::shared_ptr<WorkQueue> queue = WorkQueue::create("test.pair");
     const std::shared_ptr<Listener> listener = *Listener::create(0);
     const std::uint16_t port = listen();
     test::SocketClient client{port};

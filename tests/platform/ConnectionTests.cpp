@@ -1,7 +1,9 @@
 #include "support/TemporaryFolder.h"
 
 #include "platform/ConnectionPair.h"
-#include "platform/files/SharedFolder.h"
+#include "platform/files/OpenFile.h"
+
+#include <fcntl.h>
 
 namespace quorvel::platform {
 
@@ -38,15 +40,21 @@ TEST(Connection, CallsBackLaterThanTheCallAndLetsGoOfItsHandlersAtTheEnd) {
     EXPECT_TRUE(test::eventually([&] { return weak.expired(); }));
 }
 
-static std::shared_ptr<const OpenFile> fileHolding(const std::string& content) {
+/// From a disk that tells what is cached, or from one that does not, whose files the pool sends.
+static std::shared_ptr<const OpenFile> fileHolding(const std::string& content, bool isLocal) {
     const test::TemporaryFolder folder;
     folder.write("file", content);
-    return *SharedFolder::open(*SharedFolder(folder.path()).find("file"));
+    Descriptor file(open(folder.path("file").c_str(), O_RDONLY | O_CLOEXEC));
+    return std::make_shared<const OpenFile>(std::move(file), Disk{1, isLocal});
 }
 
-TEST(Connection, SendsInTheOrderOfTheCallsWhateverTheyCarry) {
+class SentFile : public testing::TestWithParam<bool> {};
+
+INSTANTIATE_TEST_SUITE_P(FromDiskThatIsLocal, SentFile, testing::Bool());
+
+TEST_P(SentFile, KeepsTheOrderOfTheCallsAmongTexts) {
     const std::string content = test::patternedContent(300'000);
-    const auto file = fileHolding(content);
+    const auto file = fileHolding(content, GetParam());
     Events events;
     ConnectionPair pair;
     std::string expected;

@@ -30,7 +30,7 @@ TEST(ReleasedQueue, ClosesItsConnectionsAndForgetsWhatItsLastTurnEnded) {
                         self->cancel(PeerInput::expected);
                     });
             });
-        EXPECT_TRUE(WorkQueue::waitUntilAllEnded(5s));
+        EXPECT_TRUE(waitUntilThreadsEnded(5s));
         EXPECT_TRUE(weak.expired());
         EXPECT_LT(pair.client.receiveAll().size(), 20'000'000U);
         EXPECT_TRUE(turn != nothing || events.all().empty()) << "handlers are dropped uncalled";
@@ -39,36 +39,14 @@ TEST(ReleasedQueue, ClosesItsConnectionsAndForgetsWhatItsLastTurnEnded) {
 
 TEST(ReleasedQueue, DestroysTheTasksItHasNotRun) {
     const test::NothingLeft nothingLeft;
-    auto queue = WorkQueue::serial("test.order");
+    auto queue = WorkQueue::create("test.order");
     const auto token = std::make_shared<int>();
     queue->post([&, token] {
         queue->post([token] { FAIL() << "a task ran that waited at the release"; });
         queue.reset();
     });
-    EXPECT_TRUE(WorkQueue::waitUntilAllEnded(5s));
+    EXPECT_TRUE(waitUntilThreadsEnded(5s));
     EXPECT_EQ(token.use_count(), 1);
-}
-
-TEST(Listener, LetsNoClientWaitForAThreadThatIsHeldAndDropsItsHandlersAtTheEnd) {
-    const test::NothingLeft nothingLeft;
-    const auto queue = WorkQueue::concurrent("test.held");
-    const auto listener = *Listener::create(0);
-    const auto token = std::make_shared<int>();
-    std::promise<void> release;
-    std::atomic<int> taken = 0;
-    listener->onConnection([&, token, released = release.get_future().share()](const auto&) {
-        // One after the other, all threads but one are held, as by a disk that does not answer.
-        if (++taken < 4) released.wait();
-    });
-    const auto port = startedPort(*listener, *queue);
-    std::list<test::SocketClient> clients;
-    for (int i = 1; i <= 6; ++i) {
-        clients.emplace_back(port);
-        EXPECT_TRUE(test::eventually([&] { return taken == i; }));
-    }
-    release.set_value();
-    listener->cancel();
-    EXPECT_TRUE(test::eventually([&] { return token.use_count() == 1; }));
 }
 
 TEST(Listener, CancelResetsClientsThatWait) {

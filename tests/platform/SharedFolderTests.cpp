@@ -41,12 +41,14 @@ class SharedFolderTest : public testing::Test {
 
     /// The content of the file, or in brackets what else is at the path.
     static std::string look(const SharedFolder& folder, std::string_view path) {
-        const auto found = look(folder, path, Purpose::attributes);
-        EXPECT_EQ(look(folder, path, Purpose::reading), found);
-        return found;
+        const auto found = folder.find(path);
+        const std::string seen = contentOf(folder.find(path, Purpose::reading));
+        EXPECT_EQ(found.has_value(), seen != "(missing)");
+        auto cached = folder.findCached(path, Purpose::reading);
+        EXPECT_EQ(cached ? contentOf(std::move(*cached)) : seen, seen) << "by the caches";
+        return seen;
     }
-    static std::string look(const SharedFolder& folder, std::string_view path, Purpose purpose) {
-        auto item = folder.find(path, purpose);
+    static std::string contentOf(Result<Item> item) {
         if (!item) return "(missing)";
         if (item->attributes.kind == ItemKind::directory) return "(directory)";
         const auto file = SharedFolder::open(std::move(*item));
@@ -130,7 +132,7 @@ TEST_F(SharedFolderTest, FollowsTheRootByItsName) {
     EXPECT_EQ(look(linked, "out"), "(missing)");
     EXPECT_EQ(look(SharedFolder("/"), root_.substr(1) + "/out-absolute"), "secret");
 
-    auto held = folder_.find("a.txt");
+    auto held = folder_.find("a.txt", Purpose::reading);
     std::filesystem::rename(root_, outer_.path("moved"));
     EXPECT_EQ(look(folder_, "a.txt"), "(missing)");
     outer_.write("share/a.txt", "another a");

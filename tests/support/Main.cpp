@@ -35,7 +35,7 @@ int main(int argumentCount, char** arguments) {
     std::thread([] {}).join();
     testing::InitGoogleTest(&argumentCount, arguments);
     const int result = RUN_ALL_TESTS();
-    if (!quorvel::platform::WorkQueue::waitUntilAllEnded(quorvel::test::patience)) {
+    if (!quorvel::platform::waitUntilThreadsEnded(quorvel::test::patience)) {
         std::fputs("Threads of a released queue are still running.\n", stderr);
         return 1;
     }

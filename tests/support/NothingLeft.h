@@ -21,13 +21,13 @@ class NothingLeft {
     NothingLeft(const NothingLeft&) = delete;
     NothingLeft& operator=(const NothingLeft&) = delete;
     ~NothingLeft() {
-        EXPECT_TRUE(isQuiet_ && platform::WorkQueue::waitUntilAllEnded(patience));
+        EXPECT_TRUE(isQuiet_ && platform::waitUntilThreadsEnded(patience));
         EXPECT_EQ(countOf("fd"), descriptors_);
         EXPECT_TRUE(eventually([&] { return countOf("task") <= threads_; }));
     }
 
   private:
-    const bool isQuiet_ = platform::WorkQueue::waitUntilAllEnded(patience);
+    const bool isQuiet_ = platform::waitUntilThreadsEnded(patience);
     const std::ptrdiff_t descriptors_ = countOf("fd");
     const std::ptrdiff_t threads_ = countOf("task");
 };

@@ -76,7 +76,7 @@ int main(int argumentCount, char** arguments) {
         return serve::exitUsage;
     }
     const int status = serve::serve(*options);
-    if (platform::WorkQueue::waitUntilAllEnded(std::chrono::milliseconds(500))) return status;
+    if (platform::waitUntilThreadsEnded(std::chrono::milliseconds(500))) return status;
     // A thread is stuck on a disk that does not respond. It must not see main() tear down statics.
     std::_Exit(status);
 }

@@ -15,24 +15,26 @@ struct OpenRoot {
     Descriptor descriptor;
 };
 
+/// Whether a lookup may ask the disk, and wait for it, or only what the kernel has in its caches:
+/// else it fails with EAGAIN (openat2(2), RESOLVE_CACHED).
+enum class Lookup { onDisk, inCaches };
+
 /// Opens the folder, or returns it if a `RootHold` keeps it open on this thread.
-Result<std::shared_ptr<const OpenRoot>> openRoot(const std::string& path);
+Result<std::shared_ptr<const OpenRoot>> openRoot(const std::string& path, Lookup lookup);
 
-/// Opens a path beneath the root with the flags of open(2), none if that fails (errno). A path that
-/// leads out fails with EXDEV, and so does any absolute link.
-Descriptor openBeneath(const Descriptor& root, const std::string& path, int flags);
+/// Holds the item at a path beneath the root without opening it (O_PATH). Links that lead to a
+/// place beneath the root work. Nothing outside is touched: what leads there fails with ENOENT, as
+/// if it were missing. A lookup in caches also fails with EAGAIN for links that need more than the
+/// kernel to follow, and at mounts within the folder, where other disks begin.
+Result<Descriptor> holdBeneath(const OpenRoot& root, const std::string& path, Lookup lookup);
 
-/// Holds the item at a path beneath the root without opening it (O_PATH). Absolute links that
-/// resolve inside work; what is outside fails with ENOENT, as if it were missing.
-Result<Descriptor> holdBeneath(const Descriptor& root, const std::string& path);
+/// Opens what is held, itself, with the flags of open(2); none if that fails (errno).
+Descriptor reopened(const Descriptor& item, int flags);
 
 using DirectoryStream = std::unique_ptr<DIR, int (*)(DIR*)>;
 
 /// Opens a held directory for readdir(3).
 Result<DirectoryStream> openDirectory(const Descriptor& directory);
-
-/// The path through which a held item can be reopened and its own path be read (proc(5)).
-std::string procName(const Descriptor& descriptor);
 
 /// While one exists, its thread opens the folder once for all requests of an event loop turn. It
 /// must end with the turn: a descriptor held longer would keep a disk from being unmounted.

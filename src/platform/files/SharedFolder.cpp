@@ -1,5 +1,6 @@
 #include "platform/files/SharedFolder.h"
 
+#include "platform/files/OpenBeneath.h"
 #include "platform/files/OpenRoot.h"
 #include "platform/files/TextLookup.h"
 #include "platform/text/Text.h"
@@ -7,13 +8,11 @@
 #include <fcntl.h>
 #include <optional>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 namespace quorvel::platform {
 
 namespace {
-
-// O_NONBLOCK and O_NOCTTY are for a FIFO or a terminal that has replaced the file.
-constexpr int forReading = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
 ItemAttributes attributesFrom(const struct statx& status) {
     ItemAttributes attributes;
@@ -26,34 +25,36 @@ ItemAttributes attributesFrom(const struct statx& status) {
 
 constexpr unsigned wantedStatus = STATX_TYPE | STATX_SIZE | STATX_MTIME;
 
-Result<Item> held(Descriptor descriptor) {
+/// The attributes of what is held, of which a local disk keeps them in memory.
+Result<Item> described(Descriptor descriptor, std::string path, bool isLocal) {
     struct statx status {};
     if (statx(descriptor.number(), "", AT_EMPTY_PATH, wantedStatus, &status) != 0) return failure();
-    return Item{std::move(descriptor), attributesFrom(status), {}};
+    const Disk disk{gnu_dev_makedev(status.stx_dev_major, status.stx_dev_minor), isLocal};
+    return Item{std::move(descriptor), attributesFrom(status), std::move(path), disk};
 }
 
-// Holding a file and then reopening it takes three times as long. But opening a FIFO wakes its
-// writer and opening a device may start it, so the kind is checked before and after the open.
-std::optional<Item> openedFile(const Descriptor& root, const std::string& path) {
-    struct stat hint {};
-    if (fstatat(root.number(), path.c_str(), &hint, AT_SYMLINK_NOFOLLOW) != 0) return std::nullopt;
-    if (!S_ISREG(hint.st_mode)) return std::nullopt;
-    Descriptor opened = openBeneath(root, path, forReading);
-    if (!opened) return std::nullopt;
-    auto item = held(std::move(opened));
-    if (!item || item->attributes.kind != ItemKind::file) return std::nullopt;
-    item->isReadable = true;
-    return std::move(*item);
+// The kind is known before anything is opened, because opening a FIFO wakes its writer and opening
+// a device may start it.
+void makeReadable(Item& item) {
+    if (item.attributes.kind != ItemKind::file) return;
+    Descriptor readable = reopened(item.descriptor, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    item.readError = readable ? 0 : errno;
+    if (readable) item.descriptor = std::move(readable);
 }
 
-Result<Item> itemAt(const Descriptor& root, const std::string& path, Purpose purpose) {
-    if (purpose == Purpose::reading)
-        if (auto file = openedFile(root, path)) return std::move(*file);
-    auto descriptor = holdBeneath(root, path);
+Result<Item> itemAt(const OpenRoot& root, const std::string& path, Purpose purpose) {
+    auto descriptor = holdBeneath(root, path, Lookup::onDisk);
     if (!descriptor) return std::unexpected(descriptor.error());
-    auto item = held(std::move(*descriptor));
-    if (item) item->path = path;
+    const bool isLocal = isOnLocalDisk(*descriptor);
+    auto item = described(std::move(*descriptor), path, isLocal);
+    if (item && purpose == Purpose::reading) makeReadable(*item);
     return item;
+}
+
+/// A path as openat2(2) takes it; none if it cannot name anything.
+std::optional<std::string> pathBeneath(std::string_view relativePath) {
+    if (relativePath.contains('\0')) return std::nullopt;
+    return std::string(relativePath.empty() ? "." : relativePath);
 }
 
 void take(FolderEntry& entry, const ItemAttributes& attributes) {
@@ -102,11 +103,10 @@ class DirectoryReader {
 
     void followLink(const char* name, FolderEntry& entry) {
         if (!root_) {
-            root_ = openRoot(folder_.path()).value_or(nullptr);
+            root_ = openRoot(folder_.path(), Lookup::onDisk).value_or(nullptr);
             if (!root_) return;
         }
-        const auto target =
-            itemAt(root_->descriptor, directory_.path + '/' + name, Purpose::attributes);
+        const auto target = itemAt(*root_, directory_.path + '/' + name, Purpose::attributes);
         if (target) take(entry, target->attributes);
     }
 
@@ -118,25 +118,57 @@ class DirectoryReader {
 
 } // namespace
 
+SharedFolder::SharedFolder(std::string path)
+    : path_(std::move(path)), localDisk_(std::make_shared<std::atomic<std::uint64_t>>(0)) {}
+
 Result<Item> SharedFolder::find(std::string_view relativePath, Purpose purpose) const {
-    if (relativePath.find('\0') != std::string_view::npos) return failure(ENOENT);
-    const auto root = openRoot(path_);
+    const auto path = pathBeneath(relativePath);
+    if (!path) return failure(ENOENT);
+    const auto root = openRoot(path_, Lookup::onDisk);
     if (!root) return std::unexpected(root.error());
-    const std::string path(relativePath.empty() ? "." : relativePath);
-    auto item = itemAt((*root)->descriptor, path, purpose);
-    if (item || !mayBeText(item.error(), path)) return item;
-    auto onDisk = pathOnDisk((*root)->descriptor, path);
+    struct stat status {};
+    const bool isLocal =
+        fstat((*root)->descriptor.number(), &status) == 0 && isOnLocalDisk((*root)->descriptor);
+    *localDisk_ = isLocal ? status.st_dev : 0;
+    auto item = itemAt(**root, *path, purpose);
+    if (item || !mayBeText(item.error(), *path)) return item;
+    auto onDisk = pathOnDisk(**root, *path);
     if (!onDisk) return std::unexpected(onDisk.error());
-    return itemAt((*root)->descriptor, *onDisk, purpose);
+    return itemAt(**root, *onDisk, purpose);
+}
+
+std::optional<Result<Item>> SharedFolder::findCached(std::string_view relativePath,
+                                                     Purpose purpose) const {
+    if (*localDisk_ == 0) return std::nullopt;
+    const auto path = pathBeneath(relativePath);
+    if (!path) return failure(ENOENT);
+    const auto root = openRoot(path_, Lookup::inCaches);
+    auto descriptor = root ? holdBeneath(**root, *path, Lookup::inCaches)
+                           : Result<Descriptor>(std::unexpected(root.error()));
+    if (!descriptor) {
+        const auto& error = descriptor.error();
+        if (error.value() == EAGAIN || mayBeText(error, *path)) return std::nullopt;
+        return std::unexpected(error);
+    }
+    auto item = described(std::move(*descriptor), *path, true);
+    if (item && purpose == Purpose::reading) makeReadable(*item);
+    return item;
+}
+
+std::uint64_t SharedFolder::diskOf(std::string_view relativePath) const {
+    const std::string first(relativePath.substr(0, relativePath.find('/')));
+    const std::uint64_t disk = *localDisk_;
+    if (disk == 0 || first.empty()) return disk;
+    const auto root = openRoot(path_, Lookup::inCaches);
+    if (!root) return disk;
+    if (openBeneath((*root)->descriptor, first, O_PATH | O_CLOEXEC, Lookup::inCaches)) return disk;
+    return errno == EXDEV ? std::hash<std::string>{}(first) : disk;
 }
 
 Result<std::shared_ptr<const OpenFile>> SharedFolder::open(Item item) {
     if (item.attributes.kind != ItemKind::file) return failure(EINVAL);
-    // Reopens the held item itself, so no path is resolved twice.
-    if (!item.isReadable)
-        item.descriptor = Descriptor(::open(procName(item.descriptor).c_str(), forReading));
-    if (!item.descriptor) return failure();
-    return std::make_shared<const OpenFile>(std::move(item.descriptor));
+    if (item.readError != 0) return failure(item.readError);
+    return std::make_shared<const OpenFile>(std::move(item.descriptor), item.disk);
 }
 
 Result<std::vector<FolderEntry>> SharedFolder::entries(const Item& directory,

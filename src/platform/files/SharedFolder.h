@@ -4,8 +4,10 @@
 #include "platform/Result.h"
 #include "platform/files/OpenFile.h"
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,8 +31,10 @@ struct Item {
     ItemAttributes attributes;
     /// Where a directory was found, relative to the folder: its bytes on disk.
     std::string path;
-    /// Whether `find` has already opened the file for reading; otherwise `open` does.
-    bool isReadable = false;
+    Disk disk;
+    /// 0 if the descriptor can be read from, which only files that were looked up for reading can;
+    /// else the POSIX code that says why not.
+    int readError = EBADF;
 };
 
 /// Why an item is looked up: to read it if it is a file, or only for its attributes.
@@ -51,28 +55,39 @@ enum class EntryDetail { kind, kindSizeDate };
 
 /// The only way to the shared folder, read-only. Nothing outside it is ever opened: the kernel
 /// resolves each path beneath the folder (openat2(2)), so neither "..", links, nor a change on
-/// disk at the wrong moment lead out. Links that resolve inside work. Thread-safe. Holds no
-/// descriptor between calls, so an idle share does not keep a disk busy.
+/// disk at the wrong moment lead out. Links whose text names a place inside work. Thread-safe.
+/// Holds no descriptor between calls, so an idle share does not keep a disk busy.
 class SharedFolder {
   public:
-    explicit SharedFolder(std::string path) : path_(std::move(path)) {}
+    explicit SharedFolder(std::string path);
 
     const std::string& path() const { return path_; }
 
     /// Finds the item at a path relative to the folder, without a leading slash; "" is the folder
     /// itself. Missing items and items outside the folder fail alike. A component that names
-    /// nothing finds the first name on disk, in the order of bytes, whose text it is.
+    /// nothing finds the first name on disk, in the order of bytes, whose text it is. May wait for
+    /// the disk.
     Result<Item> find(std::string_view relativePath, Purpose purpose = Purpose::attributes) const;
 
-    /// Opens a regular file for reading; EINVAL for any other kind. Never blocks on a FIFO.
+    /// The same as far as the kernel's caches tell it, without ever waiting; none if only `find`
+    /// can tell.
+    std::optional<Result<Item>> findCached(std::string_view relativePath, Purpose purpose) const;
+
+    /// The disk that `find` will ask, or a number of its own for what may be another disk: a mount,
+    /// or a link, in the folder. Never waits.
+    std::uint64_t diskOf(std::string_view relativePath) const;
+
+    /// The file that was found for reading; EINVAL for any other kind.
     static Result<std::shared_ptr<const OpenFile>> open(Item item);
 
-    /// The entries of a directory that `find` returned, in the order on disk, without hidden ones
-    /// (a leading dot).
+    /// The entries of a directory that was found, in the order on disk, without hidden ones (a
+    /// leading dot). May wait for the disk.
     Result<std::vector<FolderEntry>> entries(const Item& directory, EntryDetail detail) const;
 
   private:
     std::string path_;
+    /// The disk of the folder, as the last `find` saw it. Its number, or 0 if it is not local.
+    std::shared_ptr<std::atomic<std::uint64_t>> localDisk_;
 };
 
 /// Whether there is a directory at the path, following links. For the folder the user chose, not

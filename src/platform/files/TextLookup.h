@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/Descriptor.h"
 #include "platform/Result.h"
+#include "platform/files/OpenRoot.h"
 
 #include <string>
 #include <string_view>
@@ -16,6 +16,6 @@ bool mayBeText(const std::error_code& error, std::string_view path);
 /// The path on disk of a path in which texts may stand for names. A component with U+FFFD that
 /// names nothing beneath the root stands for the first name, in the order of bytes, whose text it
 /// is. Reads a directory once for each such component; ENOENT if there is no such name.
-Result<std::string> pathOnDisk(const Descriptor& root, std::string path);
+Result<std::string> pathOnDisk(const OpenRoot& root, std::string path);
 
 } // namespace quorvel::platform

@@ -3,6 +3,7 @@
 #include "platform/network/StreamConnection.h"
 
 #include <chrono>
+#include <new>
 #include <sys/socket.h>
 
 namespace quorvel::platform {
@@ -16,11 +17,6 @@ constexpr int acceptsPerTurn = 16;
 // kernel's queue meanwhile.
 constexpr std::chrono::milliseconds pauseTime{50};
 
-// How long a client may wait for the leading thread before the next thread looks for it; the others
-// look after two and three times as long. A new client wakes all of them, and if each one tried to
-// accept it at once, that would cost more than serving it.
-constexpr std::chrono::milliseconds restTime{4};
-
 bool outOfResources(int code) {
     return code == EMFILE || code == ENFILE || code == ENOBUFS || code == ENOMEM;
 }
@@ -32,9 +28,9 @@ bool endsListener(int code) {
 
 } // namespace
 
-Acceptor::Acceptor(std::shared_ptr<SocketListener> listener, std::shared_ptr<Loop> loop, int rank)
+Acceptor::Acceptor(std::shared_ptr<SocketListener> listener, std::shared_ptr<Loop> loop)
     : listener_(std::move(listener)), loop_(std::move(loop)), watch_(loop_->context()),
-      timer_(loop_->context()), rank_(rank) {
+      timer_(loop_->context()) {
     loop_->join(*this);
 }
 
@@ -52,57 +48,45 @@ void Acceptor::wait() {
     }
     watch_.async_wait(WatchedDescriptor::wait_read,
                       [self = shared_from_this()](const asio::error_code& cancelled) {
-                          if (!cancelled && self->loop_) self->clientWaits();
+                          if (!cancelled && self->loop_) self->acceptWaiting();
                       });
-}
-
-void Acceptor::clientWaits() {
-    if (isNeeded_ || listener_->isLeadBy(*this)) return acceptWaiting();
-    watch_.release();
-    timer_.expires_after(restTime * rank_);
-    timer_.async_wait([self = shared_from_this()](const asio::error_code& cancelled) {
-        if (!cancelled && self->loop_) self->acceptWaiting();
-    });
 }
 
 void Acceptor::acceptWaiting() {
     const RootHold hold;
-    isNeeded_ = false;
-    for (int i = 0; i < acceptsPerTurn; ++i) {
-        const auto handlers = listener_->handlers();
-        if (!handlers) return close();
-        if (!acceptOne(*handlers)) break;
-        // The leader left this client waiting: a slow disk may be holding it.
-        listener_->takeLead(*this);
-        isNeeded_ = i + 1 == acceptsPerTurn;
-    }
-    if (!loop_) return;
-    if (paused_) return pause();
+    Outcome outcome = Outcome::accepted;
+    for (int i = 0; i < acceptsPerTurn && outcome == Outcome::accepted; ++i)
+        outcome = acceptOne();
+    if (outcome == Outcome::ended) return close();
+    if (outcome == Outcome::outOfResources) return pause();
     wait();
 }
 
-// False when no client is waiting or none can be taken now.
-bool Acceptor::acceptOne(const ListenerHandlers& handlers) {
+Acceptor::Outcome Acceptor::acceptOne() {
+    const auto handlers = listener_->handlers();
+    if (!handlers) return Outcome::ended;
     Descriptor socket(accept4(listener_->socket(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
     if (!socket) {
         const int code = errno;
-        paused_ = outOfResources(code);
-        if (endsListener(code)) {
-            // A cancelled listener ends here too; it has dropped its handlers.
-            listener_->reportFailure(code);
-            close();
-        }
-        return !paused_ && code != EAGAIN && !endsListener(code);
+        if (code == EAGAIN) return Outcome::nobodyWaits;
+        if (outOfResources(code)) return Outcome::outOfResources;
+        if (!endsListener(code)) return Outcome::accepted;
+        // A cancelled listener ends here too; it has dropped its handlers.
+        listener_->reportFailure(code);
+        return Outcome::ended;
     }
-    const auto connection = std::make_shared<StreamConnection>(std::move(socket), loop_);
-    handlers.connection(connection);
-    // The request is usually there already: read it before the socket is registered anywhere.
-    connection->drive();
-    return true;
+    try {
+        const auto connection = std::make_shared<StreamConnection>(std::move(socket), loop_);
+        handlers->connection(connection);
+        // The request is usually there already: read it before the socket is registered anywhere.
+        connection->drive();
+    } catch (const std::bad_alloc&) {
+        return Outcome::outOfResources;
+    }
+    return Outcome::accepted;
 }
 
 void Acceptor::pause() {
-    paused_ = false;
     timer_.expires_after(pauseTime);
     timer_.async_wait([self = shared_from_this()](const asio::error_code& cancelled) {
         if (!cancelled && self->loop_) self->acceptWaiting();

@@ -53,7 +53,8 @@ class Connection {
     /// network has taken every byte.
     virtual void send(std::string bytes, SendHandler handler = {},
                       MoreToSend more = MoreToSend::no) = 0;
-    /// Sends `count` bytes of the file from the page cache (sendfile(2)).
+    /// Sends `count` bytes of the file (sendfile(2)): from the page cache as far as it has them,
+    /// else on a thread of the queue's pool.
     virtual void sendFile(std::shared_ptr<const OpenFile> file, std::int64_t offset,
                           std::size_t count, FileHandler handler,
                           MoreToSend more = MoreToSend::no) = 0;
@@ -66,6 +67,9 @@ class Connection {
     /// close, because closing over unread input resets the connection (RFC 1122, 4.2.2.13).
     /// With `PeerInput::expected` the close drains even if nothing has arrived yet.
     virtual void cancel(PeerInput input = PeerInput::done) = 0;
+
+    /// The client's address, to tell clients apart; empty if it has left.
+    virtual std::string peerAddress() const = 0;
 
     /// The local address that the client connected to, if it is an IPv4 one (::ffff:a.b.c.d is).
     virtual std::optional<std::string> localIPv4Address() const = 0;

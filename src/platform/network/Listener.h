@@ -16,8 +16,7 @@ class Listener {
   public:
     /// Runs on the queue when the listener can accept no further connection.
     using FailureHandler = std::function<void(std::error_code)>;
-    /// Runs on the queue, on several threads at once if the queue is concurrent. A connection
-    /// that the handler does not keep is closed.
+    /// Runs on the queue. A connection that the handler does not keep is closed.
     using ConnectionHandler = std::function<void(std::shared_ptr<Connection>)>;
 
     /// Port 0 lets the system choose. Fails when the process is out of descriptors.

@@ -1,7 +1,10 @@
 #include "platform/network/Loop.h"
 
+#include "platform/network/WorkerPool.h"
+
 #include <asio/executor_work_guard.hpp>
 #include <asio/post.hpp>
+#include <new>
 
 namespace quorvel::platform {
 
@@ -13,9 +16,17 @@ void Loop::end() {
     context_.stop();
 }
 
-void Loop::run() {
+void Loop::run(std::shared_ptr<WorkerPool> workers) {
+    workers_ = std::move(workers);
     const auto work = asio::make_work_guard(context_);
-    context_.run();
+    while (!context_.stopped()) {
+        try {
+            context_.run();
+        } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch)
+            // The client went with the handler that had too little memory; the others go on.
+        }
+    }
+    workers_->close();
     closeMembers();
 }
 

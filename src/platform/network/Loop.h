@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/network/WorkQueue.h"
+#include "platform/Threads.h"
 
 #include <array>
 #include <asio/io_context.hpp>
@@ -33,18 +33,23 @@ class LoopMember {
 /// A descriptor that Asio only watches for readiness; its owner reads and writes it.
 using WatchedDescriptor = asio::posix::basic_stream_descriptor<asio::io_context::executor_type>;
 
-/// One thread's event loop. Only `post` and `end` are thread-safe.
+class WorkerPool;
+
+/// One thread's event loop. Nothing that runs on it may wait for a disk. Only `post` and `end` are
+/// thread-safe.
 class Loop {
   public:
-    /// The size of the buffer that all receives of the thread share, so that idle clients hold
-    /// none.
+    /// The size of the buffer that all receives share, so that idle clients hold none.
     static constexpr std::size_t bufferSize = 65536;
 
     void post(Task task);
-    /// Makes `run` close the members and return.
+    /// Makes `run` close the pool and the members, and return.
     void end();
     /// The thread's body.
-    void run();
+    void run(std::shared_ptr<WorkerPool> workers);
+
+    /// The pool for what may wait, while `run` runs.
+    WorkerPool& workers() { return *workers_; }
 
     /// Both are idempotent.
     void join(LoopMember& member);
@@ -58,6 +63,7 @@ class Loop {
 
     // One thread runs the context; the hint leaves posting from other threads safe.
     asio::io_context context_{1};
+    std::shared_ptr<WorkerPool> workers_;
     LoopMember* first_ = nullptr;
     std::array<char, bufferSize> buffer_;
 };

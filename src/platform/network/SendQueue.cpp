@@ -13,11 +13,11 @@ constexpr std::size_t joinedTextLimit = 4096;
 
 } // namespace
 
-bool SendQueue::add(Outgoing item, int socket, std::span<char> buffer) {
+bool SendQueue::add(Outgoing item, int socket) {
     if (joinLast(item)) return false;
     if (items_.empty()) {
         // A failure is left to `proceed`, which meets it again.
-        item.isComplete = attempt(item, socket, buffer) == Outgoing::Progress::complete;
+        item.isComplete = attempt(item, socket) == Outgoing::Progress::complete;
         if (item.isComplete && !item.hasHandler()) return false;
     }
     append(std::move(item));
@@ -40,18 +40,20 @@ bool SendQueue::joinLast(const Outgoing& item) {
     return true;
 }
 
-Outgoing::Progress SendQueue::proceed(int socket, std::span<char> buffer) {
+Outgoing::Progress SendQueue::proceed(int socket) {
     Outgoing& first = items_.front();
     if (first.isComplete) return Outgoing::Progress::complete;
     const std::size_t before = first.bytesWaiting();
-    const auto progress = attempt(first, socket, buffer);
+    const auto progress = attempt(first, socket);
     bytesWaiting_ -= before - first.bytesWaiting();
-    if (progress == Outgoing::Progress::wouldBlock) {
-        first.doneBeforeWait = first.done;
-        // What the cork holds back may be all that keeps the socket from becoming writable.
-        setCork(socket, false);
-    }
     return progress;
+}
+
+void SendQueue::firstPieceSent(FilePiece piece, Outgoing::Progress progress, int socket) {
+    Outgoing& first = items_.front();
+    first.piece = std::move(piece);
+    first.isComplete = progress == Outgoing::Progress::complete;
+    attempted(first, progress, socket);
 }
 
 Outgoing SendQueue::takeFirst() {
@@ -61,13 +63,22 @@ Outgoing SendQueue::takeFirst() {
     return first;
 }
 
-Outgoing::Progress SendQueue::attempt(Outgoing& item, int socket, std::span<char> buffer) {
+Outgoing::Progress SendQueue::attempt(Outgoing& item, int socket) {
     // sendfile(2) has no flag like MSG_MORE, so the socket is corked for a file.
-    if (item.file && item.more == MoreToSend::yes) setCork(socket, true);
-    const auto progress = item.proceed(socket, buffer);
+    if (item.isPiece() && item.more == MoreToSend::yes) setCork(socket, true);
+    const auto progress = item.proceed(socket);
+    attempted(item, progress, socket);
+    return progress;
+}
+
+void SendQueue::attempted(Outgoing& item, Outgoing::Progress progress, int socket) {
+    if (progress == Outgoing::Progress::wouldBlock) {
+        item.piece.doneBeforeWait = item.piece.done;
+        // What the cork holds back may be all that keeps the socket from becoming writable.
+        setCork(socket, false);
+    }
     if (progress == Outgoing::Progress::complete && item.more == MoreToSend::no)
         setCork(socket, false);
-    return progress;
 }
 
 void SendQueue::setCork(int socket, bool isCorked) {

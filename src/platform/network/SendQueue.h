@@ -16,19 +16,24 @@ class SendQueue {
 
     /// Appends the send, and tries it at once if it is the first. Returns false if that left
     /// nothing to do: everything was sent and there is no callback, or an earlier send carries it.
-    bool add(Outgoing item, int socket, std::span<char> buffer);
+    bool add(Outgoing item, int socket);
     /// Appends the send without trying it.
     void append(Outgoing item);
 
-    /// Sends as much of the first item as the socket takes without waiting; errno says why it
-    /// failed. The queue must not be empty. The buffer is used for files that need a copy.
-    Outgoing::Progress proceed(int socket, std::span<char> buffer);
+    /// Sends as much of the first item as is possible without waiting; errno says why it failed.
+    /// The queue must not be empty.
+    Outgoing::Progress proceed(int socket);
+    /// What is left of the first item, for which `proceed` said `needsDisk`.
+    const FilePiece& firstPiece() const { return items_.front().piece; }
+    /// Takes over what another thread has sent of the first item, and with what outcome.
+    void firstPieceSent(FilePiece piece, Outgoing::Progress progress, int socket);
     /// Removes the first item, to be reported by the caller.
     Outgoing takeFirst();
 
   private:
     bool joinLast(const Outgoing& item);
-    Outgoing::Progress attempt(Outgoing& item, int socket, std::span<char> buffer);
+    Outgoing::Progress attempt(Outgoing& item, int socket);
+    void attempted(Outgoing& item, Outgoing::Progress progress, int socket);
     void setCork(int socket, bool isCorked);
 
     std::list<Outgoing> items_;

@@ -23,4 +23,13 @@ std::optional<std::string> ipv4Text(const sockaddr_storage& address) {
     return std::string(text.data());
 }
 
+std::string addressText(const sockaddr_storage& address) {
+    if (auto text = ipv4Text(address)) return *text;
+    if (address.ss_family != AF_INET6) return {};
+    std::array<char, INET6_ADDRSTRLEN> text{};
+    const auto& ipv6 = reinterpret_cast<const sockaddr_in6&>(address).sin6_addr;
+    inet_ntop(AF_INET6, &ipv6, text.data(), text.size());
+    return text.data();
+}
+
 } // namespace quorvel::platform

@@ -10,4 +10,7 @@ namespace quorvel::platform {
 /// None for any other address.
 std::optional<std::string> ipv4Text(const sockaddr_storage& address);
 
+/// The address without its port, in the same form if it is IPv4; empty if it is neither.
+std::string addressText(const sockaddr_storage& address);
+
 } // namespace quorvel::platform

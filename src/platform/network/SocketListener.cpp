@@ -15,6 +15,11 @@ namespace {
 // that wait long have left the processor's cache when they are sent.
 constexpr int unsentLimit = 64 << 10;
 
+// The kernel asks a silent client after two minutes, and gives it up a minute later. In seconds.
+constexpr int keepaliveIdle = 120;
+constexpr int keepaliveInterval = 15;
+constexpr int keepaliveProbes = 4;
+
 void setOption(int socket, int level, int option, int value) {
     setsockopt(socket, level, option, &value, sizeof value);
 }
@@ -40,9 +45,14 @@ Result<std::shared_ptr<Listener>> Listener::create(std::uint16_t port) {
     if (!socket) return failure();
     if (family == AF_INET6) setOption(socket.number(), IPPROTO_IPV6, IPV6_V6ONLY, 0);
     setOption(socket.number(), SOL_SOCKET, SO_REUSEADDR, 1);
-    // Accepted sockets inherit these options, which saves three calls for each.
+    // Accepted sockets inherit these options, which saves the calls for each.
     setOption(socket.number(), IPPROTO_TCP, TCP_NODELAY, 1);
     setOption(socket.number(), IPPROTO_TCP, TCP_NOTSENT_LOWAT, unsentLimit);
+    // Else a client that vanishes would stay for ever (tcp(7)).
+    setOption(socket.number(), SOL_SOCKET, SO_KEEPALIVE, 1);
+    setOption(socket.number(), IPPROTO_TCP, TCP_KEEPIDLE, keepaliveIdle);
+    setOption(socket.number(), IPPROTO_TCP, TCP_KEEPINTVL, keepaliveInterval);
+    setOption(socket.number(), IPPROTO_TCP, TCP_KEEPCNT, keepaliveProbes);
     // FTP clients send ABOR as urgent data, whose last byte would otherwise be lost (RFC 6093).
     setOption(socket.number(), SOL_SOCKET, SO_OOBINLINE, 1);
     return std::make_shared<SocketListener>(std::move(socket), family, port);
@@ -73,25 +83,20 @@ Result<std::uint16_t> SocketListener::listen() {
 }
 
 void SocketListener::accept(WorkQueue& queue) {
-    for (const auto& loop : queue.loops_) {
-        // Weakly, because a task that is never run must not keep its own loop alive.
-        loop->post([self = shared_from_this(), weakLoop = std::weak_ptr(loop)] {
-            if (auto alive = weakLoop.lock()) self->acceptOn(alive);
-        });
-    }
+    // Weakly, because a task that is never run must not keep its own loop alive.
+    queue.loop_->post([self = shared_from_this(), weakLoop = std::weak_ptr(queue.loop_)] {
+        if (const auto loop = weakLoop.lock()) self->acceptOn(loop);
+    });
 }
 
 void SocketListener::acceptOn(const std::shared_ptr<Loop>& loop) {
-    int rank = 0;
     {
         const std::lock_guard lock(mutex_);
         if (!handlers_) return;
-        rank = ++acceptors_;
+        isWatched_ = true;
     }
     try {
-        const auto acceptor = std::make_shared<Acceptor>(shared_from_this(), loop, rank);
-        takeLead(*acceptor);
-        acceptor->wait();
+        std::make_shared<Acceptor>(shared_from_this(), loop)->wait();
     } catch (const std::system_error& error) {
         // The first watch on a loop opens descriptors of the loop's own, and none may be left.
         reportFailure(error.code().value());
@@ -104,11 +109,11 @@ void SocketListener::cancel() {
         if (!handlers_) return;
         handlers_.reset();
         // At once, because a client that asks for one data port after the other must not hold a
-        // descriptor for each until the loops have come round.
-        if (acceptors_ == 0) return socket_.reset();
+        // descriptor for each until the loop has come round.
+        if (!isWatched_) return socket_.reset();
     }
-    // The last thread that watches the socket closes it. shutdown(2) stops the listening now, frees
-    // the port for a new bind, and wakes those threads.
+    // The loop closes the socket. shutdown(2) stops the listening now, frees the port for a new
+    // bind, and wakes the loop.
     shutdown(socket_.number(), SHUT_RDWR);
 }
 

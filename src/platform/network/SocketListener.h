@@ -5,7 +5,6 @@
 #include "platform/network/Loop.h"
 
 #include <asio/steady_timer.hpp>
-#include <atomic>
 #include <mutex>
 
 namespace quorvel::platform {
@@ -15,8 +14,6 @@ struct ListenerHandlers {
     Listener::FailureHandler failure;
     Listener::ConnectionHandler connection;
 };
-
-class Acceptor;
 
 class SocketListener final : public Listener, public std::enable_shared_from_this<SocketListener> {
   public:
@@ -34,39 +31,32 @@ class SocketListener final : public Listener, public std::enable_shared_from_thi
     int socket() const { return socket_.number(); }
     void reportFailure(int code) const;
 
-    /// One acceptor leads: it takes clients at once. The others look later, and one that still
-    /// finds a client takes the lead.
-    bool isLeadBy(const Acceptor& acceptor) const { return leader_ == &acceptor; }
-    void takeLead(const Acceptor& acceptor) { leader_ = &acceptor; }
-
   private:
     void acceptOn(const std::shared_ptr<Loop>& loop);
 
     Descriptor socket_;
     const int family_;
     const std::uint16_t requestedPort_;
-    std::atomic<const Acceptor*> leader_ = nullptr;
     mutable std::mutex mutex_;
     std::shared_ptr<ListenerHandlers> handlers_;
-    /// The number of loops that watch the socket. Guarded by the mutex.
-    int acceptors_ = 0;
+    /// A loop watches the socket. Guarded by the mutex.
+    bool isWatched_ = false;
 };
 
-/// Accepts a listener's clients on one thread and keeps them on its loop.
+/// Accepts a listener's clients and keeps them on its loop.
 class Acceptor final : public LoopMember, public std::enable_shared_from_this<Acceptor> {
   public:
-    /// The rank counts from 1; the higher it is, the later the acceptor looks for clients that the
-    /// leader has left waiting.
-    Acceptor(std::shared_ptr<SocketListener> listener, std::shared_ptr<Loop> loop, int rank);
+    Acceptor(std::shared_ptr<SocketListener> listener, std::shared_ptr<Loop> loop);
     ~Acceptor() override;
 
     void wait();
     void closeWithLoop() override;
 
   private:
-    void clientWaits();
+    enum class Outcome { accepted, nobodyWaits, outOfResources, ended };
+
     void acceptWaiting();
-    bool acceptOne(const ListenerHandlers& handlers);
+    Outcome acceptOne();
     void pause();
     void close();
 
@@ -74,10 +64,6 @@ class Acceptor final : public LoopMember, public std::enable_shared_from_this<Ac
     std::shared_ptr<Loop> loop_;
     WatchedDescriptor watch_;
     asio::steady_timer timer_;
-    const int rank_;
-    bool paused_ = false;
-    /// The last turn left clients waiting, so that the next one follows at once.
-    bool isNeeded_ = false;
 };
 
 } // namespace quorvel::platform

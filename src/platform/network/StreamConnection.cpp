@@ -4,6 +4,7 @@
 #include "platform/network/SocketAddress.h"
 
 #include <algorithm>
+#include <new>
 #include <sys/socket.h>
 
 namespace quorvel::platform {
@@ -23,8 +24,7 @@ StreamConnection::StreamConnection(Descriptor socket, std::shared_ptr<Loop> loop
 }
 
 StreamConnection::~StreamConnection() {
-    // Both the watch and the socket would close the descriptor.
-    takeSocket();
+    leaveSocket();
     if (loop_) loop_->leave(*this);
 }
 
@@ -45,9 +45,7 @@ void StreamConnection::send(std::string bytes, SendHandler handler, MoreToSend m
 void StreamConnection::sendFile(std::shared_ptr<const OpenFile> file, std::int64_t offset,
                                 std::size_t count, FileHandler handler, MoreToSend more) {
     Outgoing item;
-    item.file = std::move(file);
-    item.offset = offset;
-    item.count = count;
+    item.piece = FilePiece{std::move(file), offset, count};
     item.more = more;
     item.fileHandler = std::move(handler);
     enqueue(std::move(item));
@@ -56,7 +54,7 @@ void StreamConnection::sendFile(std::shared_ptr<const OpenFile> file, std::int64
 void StreamConnection::enqueue(Outgoing item) {
     if (hasEnded())
         sendQueue_.append(std::move(item));
-    else if (!sendQueue_.add(std::move(item), socket_.number(), loop_->buffer()))
+    else if (!sendQueue_.add(std::move(item), socket_.number()))
         return;
     schedule();
 }
@@ -75,9 +73,13 @@ void StreamConnection::drive() {
     const auto self = shared_from_this();
     turn_ = Turn::running;
     Step step = Step::done;
-    for (int steps = 0; steps < stepsPerTurn && step == Step::done; ++steps) {
-        step = sendStep();
-        if (step == Step::nothingToDo) step = receiveStep();
+    try {
+        for (int steps = 0; steps < stepsPerTurn && step == Step::done; ++steps) {
+            step = sendStep();
+            if (step == Step::nothingToDo) step = receiveStep();
+        }
+    } catch (const std::bad_alloc&) {
+        end(ENOMEM);
     }
     if (hasEnded()) reportEnd();
     turn_ = Turn::none;
@@ -90,19 +92,61 @@ void StreamConnection::drive() {
 
 StreamConnection::Step StreamConnection::sendStep() {
     if (hasEnded() || sendQueue_.isEmpty() || outputAwaited_) return Step::nothingToDo;
-    switch (sendQueue_.proceed(socket_.number(), loop_->buffer())) {
+    switch (sendQueue_.proceed(socket_.number())) {
     case Outgoing::Progress::failed:
         end(errno);
         return Step::nothingToDo;
     case Outgoing::Progress::wouldBlock:
         waitFor(Direction::outgoing);
         return Step::nothingToDo;
+    case Outgoing::Progress::needsDisk:
+        sendFromDisk();
+        return Step::nothingToDo;
     case Outgoing::Progress::complete:
         break;
     }
     Outgoing sent = sendQueue_.takeFirst();
     sent.report({});
-    return sent.file ? Step::turnOver : Step::done;
+    return sent.isPiece() ? Step::turnOver : Step::done;
+}
+
+/// What a thread of the pool has done with a piece of a file.
+struct StreamConnection::DiskOutcome {
+    FilePiece piece;
+    FilePiece::Progress progress;
+    int code;
+};
+
+// The socket never makes the thread wait, and belongs to it together with this connection until it
+// is done: a number that is closed meanwhile could be that of another client's socket.
+void StreamConnection::sendFromDisk() {
+    outputAwaited_ = true;
+    socketOfPool_ = std::make_shared<Descriptor>();
+    const WorkOrigin origin{sendQueue_.firstPiece().file->disk().id, peerAddress()};
+    diskWork_ = loop_->workers().run<DiskOutcome>(
+        origin,
+        [piece = sendQueue_.firstPiece(), socket = socket_.number(),
+         kept = socketOfPool_]() mutable -> Result<DiskOutcome> {
+            const auto progress = piece.sendFromDisk(socket);
+            return DiskOutcome{std::move(piece), progress, errno};
+        },
+        [self = shared_from_this()](Result<DiskOutcome> outcome) {
+            self->sentFromDisk(std::move(outcome));
+        });
+}
+
+void StreamConnection::sentFromDisk(Result<DiskOutcome> outcome) {
+    outputAwaited_ = false;
+    socketOfPool_.reset();
+    if (!outcome) {
+        end(outcome.error().value());
+    } else if (outcome->progress == FilePiece::Progress::failed) {
+        end(outcome->code);
+    } else {
+        sendQueue_.firstPieceSent(std::move(outcome->piece), outcome->progress, socket_.number());
+        if (outcome->progress == FilePiece::Progress::wouldBlock) waitFor(Direction::outgoing);
+    }
+    if (!hasEnded() && turn_ == Turn::none) drive();
 }
 
 StreamConnection::Step StreamConnection::receiveStep() {
@@ -165,13 +209,13 @@ void StreamConnection::waitIsOver(Direction direction) {
 
 void StreamConnection::cancel(PeerInput input) {
     if (hasEnded()) return;
-    GracefulClose::start(takeSocket(), loop_, input);
+    if (!socketOfPool_) GracefulClose::start(takeSocket(), loop_, input);
     end(ECANCELED);
 }
 
 void StreamConnection::end(int code) {
     endCode_ = code;
-    takeSocket();
+    leaveSocket();
     endedOn_ = std::exchange(loop_, nullptr);
     if (receiveHandler_ || !sendQueue_.isEmpty()) return schedule();
     const auto loop = endedOn_.lock();
@@ -191,7 +235,20 @@ void StreamConnection::reportEnd() {
     }
 }
 
+// Closes the socket, at the latest when the thread of the pool that sends on it is done.
+void StreamConnection::leaveSocket() {
+    if (!socketOfPool_) {
+        takeSocket();
+        return;
+    }
+    shutdown(socket_.number(), SHUT_WR);
+    *socketOfPool_ = takeSocket();
+    socketOfPool_.reset();
+    if (loop_) loop_->workers().cancel(diskWork_);
+}
+
 Descriptor StreamConnection::takeSocket() {
+    // Both the watch and the socket would close the descriptor.
     if (watch_) {
         watch_->release();
         watch_.reset();
@@ -202,7 +259,7 @@ Descriptor StreamConnection::takeSocket() {
 void StreamConnection::closeWithLoop() {
     const auto self = shared_from_this();
     if (!hasEnded()) endCode_ = ECANCELED;
-    takeSocket();
+    leaveSocket();
     loop_.reset();
     endedOn_.reset();
     dropHandlers();
@@ -212,6 +269,14 @@ void StreamConnection::dropHandlers() {
     // Moved out first: what a handler owns may make calls on this connection when it goes.
     const auto sends = std::exchange(sendQueue_, {});
     const auto receiveHandler = std::exchange(receiveHandler_, {});
+}
+
+std::string StreamConnection::peerAddress() const {
+    sockaddr_storage address{};
+    socklen_t length = sizeof address;
+    if (getpeername(socket_.number(), reinterpret_cast<sockaddr*>(&address), &length) != 0)
+        return {};
+    return addressText(address);
 }
 
 std::optional<std::string> StreamConnection::localIPv4Address() const {

@@ -4,6 +4,7 @@
 #include "platform/network/Connection.h"
 #include "platform/network/Loop.h"
 #include "platform/network/SendQueue.h"
+#include "platform/network/WorkerPool.h"
 
 namespace quorvel::platform {
 
@@ -23,6 +24,7 @@ class StreamConnection final : public Connection,
                   FileHandler handler, MoreToSend more) override;
     std::size_t bytesWaiting() const override { return sendQueue_.bytesWaiting(); }
     void cancel(PeerInput input) override;
+    std::string peerAddress() const override;
     std::optional<std::string> localIPv4Address() const override;
 
     /// Takes one turn: sends and receives as far as the socket allows without waiting.
@@ -35,27 +37,36 @@ class StreamConnection final : public Connection,
     enum class Input : std::uint8_t { unknown, taken, awaited };
     enum class Step { nothingToDo, done, turnOver };
     enum class Direction { incoming, outgoing };
+    struct DiskOutcome;
 
     bool hasEnded() const { return endCode_ != 0; }
     void enqueue(Outgoing item);
     void schedule();
     Step sendStep();
+    void sendFromDisk();
+    void sentFromDisk(Result<DiskOutcome> outcome);
     Step receiveStep();
     void waitFor(Direction direction);
     void waitIsOver(Direction direction);
     void end(int code);
     void reportEnd();
     void dropHandlers();
+    void leaveSocket();
     Descriptor takeSocket();
 
     Descriptor socket_;
     Turn turn_ = Turn::notStarted;
     Input input_ = Input::unknown;
+    /// The next send has to wait for the socket, or for a thread of the pool.
     bool outputAwaited_ = false;
     std::shared_ptr<Loop> loop_;
     // An ended connection must not keep its loop alive: the loop's tasks may hold the connection.
     std::weak_ptr<Loop> endedOn_;
     std::optional<WatchedDescriptor> watch_;
+    /// Exists while a thread of the pool sends on the socket; takes the socket over if the
+    /// connection ends meanwhile.
+    std::shared_ptr<Descriptor> socketOfPool_;
+    WorkerPool::Work diskWork_;
     SendQueue sendQueue_;
     ReceiveHandler receiveHandler_;
     std::uint32_t receiveMaximum_ = 0;
