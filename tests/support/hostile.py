@@ -1,4 +1,4 @@
-"""Shared by the hostile tests: a server that is monitored, and clients that misbehave."""
+"""Shared by the tests of bad clients and bad disks: a server that is monitored, and its clients."""
 
 import contextlib
 import html
