@@ -1,11 +1,11 @@
 #include "platform/files/SharedFolder.h"
 
-#include "platform/files/OpenBeneath.h"
 #include "platform/files/OpenRoot.h"
 #include "platform/files/TextLookup.h"
 #include "platform/text/Text.h"
 
 #include <fcntl.h>
+#include <functional>
 #include <optional>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -155,14 +155,8 @@ std::optional<Result<Item>> SharedFolder::findCached(std::string_view relativePa
     return item;
 }
 
-std::uint64_t SharedFolder::diskOf(std::string_view relativePath) const {
-    const std::string first(relativePath.substr(0, relativePath.find('/')));
-    const std::uint64_t disk = *localDisk_;
-    if (disk == 0 || first.empty()) return disk;
-    const auto root = openRoot(path_, Lookup::inCaches);
-    if (!root) return disk;
-    if (openBeneath((*root)->descriptor, first, O_PATH | O_CLOEXEC, Lookup::inCaches)) return disk;
-    return errno == EXDEV ? std::hash<std::string>{}(first) : disk;
+std::uint64_t SharedFolder::diskOf(std::string_view relativePath) {
+    return std::hash<std::string_view>{}(relativePath.substr(0, relativePath.find('/')));
 }
 
 Result<std::shared_ptr<const OpenFile>> SharedFolder::open(Item item) {

@@ -73,9 +73,9 @@ class SharedFolder {
     /// can tell.
     std::optional<Result<Item>> findCached(std::string_view relativePath, Purpose purpose) const;
 
-    /// The disk that `find` will ask, or a number of its own for what may be another disk: a mount,
-    /// or a link, in the folder. Never waits.
-    std::uint64_t diskOf(std::string_view relativePath) const;
+    /// A number for the disk that `find` may have to wait for. Which one it is cannot be known
+    /// without asking it, so each entry of the folder counts as one.
+    static std::uint64_t diskOf(std::string_view relativePath);
 
     /// The file that was found for reading; EINVAL for any other kind.
     static Result<std::shared_ptr<const OpenFile>> open(Item item);
