@@ -85,9 +85,11 @@ void FTPFileServer::Session::handlePass(std::string_view argument) {
 }
 
 bool FTPFileServer::Session::isLogin(std::string_view password) const {
-    if (!context_->credentials) return true;
-    return pendingUser_ && platform::canonicallyEqual(*pendingUser_, context_->credentials->user) &&
-           platform::canonicallyEqual(password, context_->credentials->pass);
+    const auto& expected = context_->credentials;
+    if (!expected) return true;
+    const bool isUser = pendingUser_ && platform::canonicallyEqual(*pendingUser_, expected->user);
+    // Compared in any case, so that the time does not tell whether there is such a user.
+    return platform::canonicallyEqual(password, expected->pass) && isUser;
 }
 
 void FTPFileServer::Session::sendFeatures(std::string_view) {

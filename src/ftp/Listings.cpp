@@ -1,6 +1,6 @@
+#include "ftp/AwaitDisk.h"
 #include "ftp/CommandLine.h"
 #include "ftp/ListingLine.h"
-#include "ftp/Session.h"
 #include "server/FolderPath.h"
 #include "server/SortByName.h"
 

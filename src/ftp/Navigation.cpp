@@ -1,4 +1,4 @@
-#include "ftp/Session.h"
+#include "ftp/AwaitDisk.h"
 #include "ftp/VirtualPath.h"
 #include "server/FolderPath.h"
 

@@ -1,5 +1,4 @@
-#include "ftp/Session.h"
-
+#include "ftp/AwaitDisk.h"
 #include "ftp/CommandLine.h"
 
 #include <chrono>
@@ -54,7 +53,10 @@ void FTPFileServer::Session::receiveCommands(const platform::Received& received)
 }
 
 void FTPFileServer::Session::handleLines() {
-    if (isClosed_) return;
+    if (!isClosed_) whileMemoryLasts([this] { takeLines(); });
+}
+
+void FTPFileServer::Session::takeLines() {
     const auto turnEnd = Clock::now() + turnTime;
     std::string_view rest = input_;
     bool mustPause = false;

@@ -1,23 +1,13 @@
 #pragma once
 
+#include "ftp/Context.h"
 #include "ftp/DataChannel.h"
-#include "ftp/FTPFileServer.h"
-#include "platform/files/SharedFolder.h"
 #include "platform/network/Connection.h"
-#include "platform/network/WorkQueue.h"
 #include "platform/network/WorkerPool.h"
 
 #include <string_view>
 
 namespace quorvel::ftp {
-
-/// What all sessions of a server share. Immutable.
-struct FTPFileServer::Context {
-    std::string root;
-    std::optional<server::Credentials> credentials;
-    platform::SharedFolder folder;
-    std::shared_ptr<platform::WorkQueue> queue;
-};
 
 /// One client, from its greeting to `removeSession`. Runs on the server's queue.
 ///
@@ -59,12 +49,15 @@ class FTPFileServer::Session final : public std::enable_shared_from_this<Session
     void askForCommands();
     void receiveCommands(const platform::Received& received);
     void handleLines();
+    void takeLines();
+    template <class Step>
+    void whileMemoryLasts(Step step);
     void pauseLines();
     void watchClient();
     void linesHandled();
     bool isHeld() const { return awaitsDisk_ || heldCommand_ != nullptr; }
     void resumeLines();
-    /// Does the work on the pool, then the step here.
+    /// Does the work on the pool, then the step here (AwaitDisk.h).
     template <class Value>
     void awaitDisk(std::uint64_t disk, std::move_only_function<platform::Result<Value>()> work,
                    std::move_only_function<void(Session&, platform::Result<Value>)> step);
@@ -155,19 +148,5 @@ class FTPFileServer::Session final : public std::enable_shared_from_this<Session
     bool isQuitting_ = false;
     bool isClosed_ = false;
 };
-
-template <class Value>
-void FTPFileServer::Session::awaitDisk(
-    std::uint64_t disk, std::move_only_function<platform::Result<Value>()> work,
-    std::move_only_function<void(Session&, platform::Result<Value>)> step) {
-    awaitsDisk_ = true;
-    diskWork_ = context_->queue->workers()->run<Value>(
-        {disk, control_->peerAddress()}, std::move(work),
-        [self = shared_from_this(), step = std::move(step)](platform::Result<Value> value) mutable {
-            self->awaitsDisk_ = false;
-            step(*self, std::move(value));
-            self->resumeLines();
-        });
-}
 
 } // namespace quorvel::ftp

@@ -3,6 +3,7 @@
 #include "http/IndexPage.h"
 #include "http/PathMapping.h"
 #include "http/ResponseText.h"
+#include "platform/text/Text.h"
 #include "server/FolderPath.h"
 #include "server/SortByName.h"
 
@@ -87,8 +88,9 @@ void HTTPFileServer::Exchange::handleRequest(std::string_view head, bool bytesFo
 }
 
 bool HTTPFileServer::Exchange::isAuthorized(const RequestHead& request) const {
-    return !context_->expectedAuthorization ||
-           request.authorization == context_->expectedAuthorization;
+    const auto& expected = context_->expectedAuthorization;
+    return !expected || (request.authorization &&
+                         platform::equalInConstantTime(*request.authorization, *expected));
 }
 
 void HTTPFileServer::Exchange::answerPath(RequestHead request) {

@@ -1,11 +1,21 @@
 #include "platform/Process.h"
 
 #include <ctime>
+#include <malloc.h>
 #include <sys/resource.h>
 
 namespace quorvel::platform {
 
+namespace {
+
+// Larger blocks, such as the list of a large folder, go back to the system when they are freed. The
+// allocator would otherwise raise the limit to the size of the first one.
+constexpr int mmapThreshold = 256 << 10;
+
+} // namespace
+
 void prepareProcess() {
+    mallopt(M_MMAP_THRESHOLD, mmapThreshold);
     std::signal(SIGPIPE, SIG_IGN);
     tzset();
     rlimit limit{};

@@ -5,8 +5,9 @@
 namespace quorvel::platform {
 
 /// To be called first in main(), before any thread exists. Ignores SIGPIPE, so that a client's
-/// disconnect is an ordinary error, raises the descriptor limit to the hard limit, and reads the
-/// time zone while files outside a shared folder are still readable.
+/// disconnect is an ordinary error, raises the descriptor limit to the hard limit, reads the time
+/// zone while files outside a shared folder are still readable, and has large blocks of memory
+/// given back to the system (mallopt(3)).
 void prepareProcess();
 
 /// SIGTERM and SIGINT, by which a session or a user ends a program.

@@ -37,9 +37,11 @@ TEST(Text, IsTrimmedCasedEncodedAndRepaired) {
 
 TEST(Text, ComparesCanonically) {
     for (const auto& [left, right] :
-         {Pair{"pass", "pass"}, Pair{"\u212B", "\u00C5"}, Pair{"q\u0323\u0307", "q\u0307\u0323"}})
+         {Pair{"", ""}, Pair{"pass", "pass"}, Pair{"\u212B", "\u00C5"}, Pair{"\u212A", "K"},
+          Pair{"q\u0323\u0307", "q\u0307\u0323"}, Pair{"\u0390", "\u03B9\u0308\u0301"}})
         EXPECT_TRUE(canonicallyEqual(left, right)) << left;
-    for (const auto& [left, right] : {Pair{"ﬁ", "fi"}, Pair{"a", "A"}, Pair{"é", "e"}})
+    for (const auto& [left, right] : {Pair{"ﬁ", "fi"}, Pair{"a", "A"}, Pair{"é", "e"},
+                                      Pair{"pass", "past"}, Pair{"pass", "pass1"}, Pair{"", "a"}})
         EXPECT_FALSE(canonicallyEqual(left, right)) << left;
 }
 

@@ -18,8 +18,12 @@ std::string lowerCased(std::string_view text);
 /// The text without tabs and Unicode space separators (category Zs) at both ends.
 std::string_view trimmed(std::string_view text);
 
-/// Whether the texts are canonically equivalent (UAX #15).
+/// Whether the texts are canonically equivalent (UAX #15). The length of the shorter one bounds the
+/// time that it takes; where equally long texts differ does not matter for it.
 bool canonicallyEqual(std::string_view left, std::string_view right);
+
+/// Whether the bytes are equal. Where they differ does not show in the time that it takes.
+bool equalInConstantTime(std::string_view left, std::string_view right);
 
 /// RFC 4648, section 4, with padding and without line breaks.
 std::string base64(std::string_view bytes);
