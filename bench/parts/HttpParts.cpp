@@ -30,8 +30,11 @@ BENCHMARK(requestHead);
 
 void indexPage(benchmark::State& state) {
     const auto entries = folderEntries(static_cast<std::size_t>(state.range(0)));
-    for (auto _ : state)
-        benchmark::DoNotOptimize(http::indexPage(entries, "/Photos/"));
+    for (auto _ : state) {
+        std::string page;
+        http::appendIndexPage(page, entries, "/Photos/");
+        benchmark::DoNotOptimize(page.data());
+    }
     state.SetComplexityN(state.range(0));
 }
 BENCHMARK(indexPage)->Arg(1'000)->Arg(10'000)->Arg(100'000)->Complexity();

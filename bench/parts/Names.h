@@ -1,13 +1,12 @@
 #pragma once
 
-#include "platform/files/SharedFolder.h"
+#include "platform/files/FolderEntry.h"
 
 #include <cstddef>
-#include <vector>
 
 namespace quorvel::bench {
 
 /// Shuffled entries with names as cameras and people give them; every 20th is a folder.
-std::vector<platform::FolderEntry> folderEntries(std::size_t count);
+platform::EntryList folderEntries(std::size_t count);
 
 } // namespace quorvel::bench

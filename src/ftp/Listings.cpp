@@ -1,27 +1,10 @@
 #include "ftp/AwaitDisk.h"
 #include "ftp/CommandLine.h"
-#include "ftp/ListingLine.h"
 #include "server/FolderPath.h"
-#include "server/SortByName.h"
 
-#include <numeric>
 #include <utility>
 
 namespace quorvel::ftp {
-
-namespace {
-
-// The bytes of a LIST line besides the name; a little less for large sizes.
-constexpr std::size_t lineOverhead = 53;
-
-std::size_t expectedSize(const std::vector<platform::FolderEntry>& entries) {
-    return std::accumulate(entries.begin(), entries.end(), std::size_t{0},
-                           [](std::size_t sum, const platform::FolderEntry& entry) {
-                               return sum + lineOverhead + entry.name.size();
-                           });
-}
-
-} // namespace
 
 void FTPFileServer::Session::handleLongList(std::string_view argument) {
     find(listPath(argument), platform::Purpose::attributes, &Session::listLines);
@@ -58,28 +41,15 @@ void FTPFileServer::Session::list(std::optional<FoundItem> found, ListForm form)
 
 std::string FTPFileServer::Session::listingOf(const platform::SharedFolder& folder,
                                               const FoundItem& found, ListForm form) {
-    using platform::FolderEntry;
     const auto& attributes = found.item.attributes;
-    std::vector<FolderEntry> entries;
-    if (attributes.kind == platform::ItemKind::directory) {
-        const auto detail = form == ListForm::names ? platform::EntryDetail::kind
-                                                    : platform::EntryDetail::kindSizeDate;
-        entries = folder.entries(found.item, detail).value_or(std::vector<FolderEntry>{});
-        server::sortByName(entries);
-    } else {
-        entries.push_back({std::string(server::lastComponent(found.virtualPath)), false,
-                           attributes.size, attributes.modified});
+    if (attributes.kind != platform::ItemKind::directory) {
+        const platform::FolderEntry file{server::lastComponent(found.virtualPath), false,
+                                         attributes.size, attributes.modified};
+        return listingText({&file, 1}, form);
     }
-    std::string text;
-    text.reserve(expectedSize(entries));
-    ListingDateFormatter dates;
-    for (const FolderEntry& entry : entries) {
-        if (form == ListForm::names)
-            text.append(entry.name).append("\r\n");
-        else
-            appendListingLine(text, entry, dates);
-    }
-    return text;
+    const auto detail =
+        form == ListForm::names ? platform::EntryDetail::kind : platform::EntryDetail::kindSizeDate;
+    return listingText(folder.entries(found.item, detail).value_or(platform::EntryList{}), form);
 }
 
 void FTPFileServer::Session::sendListing(std::string text) {

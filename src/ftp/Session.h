@@ -2,6 +2,7 @@
 
 #include "ftp/Context.h"
 #include "ftp/DataChannel.h"
+#include "ftp/ListingText.h"
 #include "platform/network/Connection.h"
 #include "platform/network/WorkerPool.h"
 
@@ -42,8 +43,6 @@ class FTPFileServer::Session final : public std::enable_shared_from_this<Session
 
     /// What a command does with the item that it names, if there is one.
     using ItemStep = void (Session::*)(std::optional<FoundItem> found);
-
-    enum class ListForm { lines, names };
 
     // Session.cpp: the life of the session, and its lines.
     void askForCommands();

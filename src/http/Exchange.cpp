@@ -5,7 +5,6 @@
 #include "http/ResponseText.h"
 #include "platform/text/Text.h"
 #include "server/FolderPath.h"
-#include "server/SortByName.h"
 
 #include <algorithm>
 #include <utility>
@@ -27,12 +26,12 @@ bool saysMissing(const std::error_code& error) {
 /// the disk.
 std::string directoryIndex(const platform::SharedFolder& folder, const platform::Item& directory,
                            std::string_view decodedPath, bool isHead) {
-    auto entries = folder.entries(directory, platform::EntryDetail::kind)
-                       .value_or(std::vector<platform::FolderEntry>{});
-    server::sortByName(entries);
-    const std::string page = indexPage(entries, decodedPath);
-    std::string response = indexHead(page.size());
-    if (!isHead) response += page;
+    // The length does not depend on the order.
+    const auto order = isHead ? platform::EntryOrder::any : platform::EntryOrder::byName;
+    const auto entries = folder.entries(directory, platform::EntryDetail::kind, order)
+                             .value_or(platform::EntryList{});
+    std::string response = indexHead(indexPageLength(entries, decodedPath));
+    if (!isHead) appendIndexPage(response, entries, decodedPath);
     return response;
 }
 

@@ -20,45 +20,58 @@ constexpr std::string_view listStart = "</h2><ul>";
 constexpr std::string_view parentItem = "<li><a href=\"../\">../</a></li>";
 constexpr std::string_view pageEnd = "</ul></body></html>";
 
-// The bytes of an item besides its name, which appears twice and grows when it is escaped.
-constexpr std::size_t itemOverhead = 64;
+constexpr std::string_view directoryStart = "<li><a class=\"dir\" href=\"";
+constexpr std::string_view fileStart = "<li><a class=\"file\" href=\"";
+constexpr std::string_view linkEnd = "\">";
+constexpr std::string_view itemEnd = "</a></li>";
 
-void appendEscaped(std::string& to, std::string_view text) {
-    for (const char c : text) {
-        switch (c) {
-        case '&':
-            to += "&amp;";
-            break;
-        case '<':
-            to += "&lt;";
-            break;
-        case '>':
-            to += "&gt;";
-            break;
-        case '"':
-            to += "&quot;";
-            break;
-        default:
-            to += c;
-        }
+/// Empty if the character stands for itself.
+constexpr std::string_view entityFor(char c) {
+    switch (c) {
+    case '&':
+        return "&amp;";
+    case '<':
+        return "&lt;";
+    case '>':
+        return "&gt;";
+    case '"':
+        return "&quot;";
+    default:
+        return {};
     }
 }
 
-void appendItem(std::string& page, const platform::FolderEntry& entry) {
-    page += entry.isDirectory ? "<li><a class=\"dir\" href=\"" : "<li><a class=\"file\" href=\"";
-    page += server::percentEncoded(entry.name, server::UrlPart::path);
-    if (entry.isDirectory) page += '/';
-    page += "\">";
-    appendEscaped(page, entry.name);
-    if (entry.isDirectory) page += '/';
-    page += "</a></li>";
+void appendEscaped(std::string& to, std::string_view text) {
+    std::size_t done = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto entity = entityFor(text[i]);
+        if (entity.empty()) continue;
+        to.append(text, done, i - done).append(entity);
+        done = i + 1;
+    }
+    to.append(text, done);
 }
 
-std::size_t estimatedSize(const std::vector<platform::FolderEntry>& entries) {
-    std::size_t size = 1024;
-    for (const auto& entry : entries)
-        size += itemOverhead + 3 * entry.name.size();
-    return size;
+std::size_t escapedLength(std::string_view text) {
+    std::size_t length = text.size();
+    for (const char c : text)
+        if (const auto entity = entityFor(c); !entity.empty()) length += entity.size() - 1;
+    return length;
+}
+
+void appendItem(std::string& page, const platform::FolderEntry& entry) {
+    const std::string_view slash = entry.isDirectory ? "/" : "";
+    page += entry.isDirectory ? directoryStart : fileStart;
+    server::appendPercentEncoded(page, entry.name, server::UrlPart::path);
+    page.append(slash).append(linkEnd);
+    appendEscaped(page, entry.name);
+    page.append(slash).append(itemEnd);
+}
+
+std::size_t itemLength(const platform::FolderEntry& entry) {
+    return (entry.isDirectory ? directoryStart.size() + 2 : fileStart.size()) +
+           server::percentEncodedLength(entry.name, server::UrlPart::path) + linkEnd.size() +
+           escapedLength(entry.name) + itemEnd.size();
 }
 
 } // namespace
@@ -77,18 +90,27 @@ std::string displayPath(std::string_view decodedPath) {
     return path;
 }
 
-std::string indexPage(const std::vector<platform::FolderEntry>& entries,
-                      std::string_view decodedPath) {
+void appendIndexPage(std::string& page, std::span<const platform::FolderEntry> entries,
+                     std::string_view decodedPath) {
     const std::string path = displayPath(decodedPath);
     const std::string title = htmlEscape(path);
-    std::string page;
-    page.reserve(estimatedSize(entries));
+    page.reserve(page.size() + indexPageLength(entries, decodedPath));
     page.append(pageStart).append(title).append(pageStyle).append(title).append(listStart);
     if (path != "/") page += parentItem;
     for (const auto& entry : entries)
         appendItem(page, entry);
     page += pageEnd;
-    return page;
+}
+
+std::size_t indexPageLength(std::span<const platform::FolderEntry> entries,
+                            std::string_view decodedPath) {
+    const std::string path = displayPath(decodedPath);
+    std::size_t length = pageStart.size() + pageStyle.size() + listStart.size() + pageEnd.size() +
+                         2 * escapedLength(path);
+    if (path != "/") length += parentItem.size();
+    for (const auto& entry : entries)
+        length += itemLength(entry);
+    return length;
 }
 
 } // namespace quorvel::http

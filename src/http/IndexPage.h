@@ -1,10 +1,10 @@
 #pragma once
 
-#include "platform/files/SharedFolder.h"
+#include "platform/files/FolderEntry.h"
 
+#include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace quorvel::http {
 
@@ -14,8 +14,12 @@ std::string htmlEscape(std::string_view text);
 /// The decoded path with a slash at both ends.
 std::string displayPath(std::string_view decodedPath);
 
-/// The page that lists the entries in the given order: one line of UTF-8.
-std::string indexPage(const std::vector<platform::FolderEntry>& entries,
-                      std::string_view decodedPath);
+/// Appends the page that lists the entries in the given order: one line of UTF-8.
+void appendIndexPage(std::string& page, std::span<const platform::FolderEntry> entries,
+                     std::string_view decodedPath);
+
+/// The length of that page in bytes, which does not depend on the order.
+std::size_t indexPageLength(std::span<const platform::FolderEntry> entries,
+                            std::string_view decodedPath);
 
 } // namespace quorvel::http

@@ -28,6 +28,10 @@ constexpr ByteSet lettersDigitsAnd(std::string_view others) {
 constexpr ByteSet pathBytes = lettersDigitsAnd("!$&'()*+,-./:;=@_~");
 constexpr ByteSet userBytes = lettersDigitsAnd("-._~!$&'()*+,;=");
 
+const ByteSet& bytesKeptIn(UrlPart part) {
+    return part == UrlPart::path ? pathBytes : userBytes;
+}
+
 std::optional<unsigned> hexValue(char digit) {
     if (digit >= '0' && digit <= '9') return digit - '0';
     if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
@@ -38,20 +42,33 @@ std::optional<unsigned> hexValue(char digit) {
 } // namespace
 
 std::string percentEncoded(std::string_view bytes, UrlPart part) {
-    const ByteSet& kept = part == UrlPart::path ? pathBytes : userBytes;
     std::string result;
     result.reserve(bytes.size());
-    for (const char c : bytes) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (kept[byte]) {
-            result += c;
-        } else {
-            result += '%';
-            result += hexDigits[byte >> 4];
-            result += hexDigits[byte & 15];
-        }
-    }
+    appendPercentEncoded(result, bytes, part);
     return result;
+}
+
+void appendPercentEncoded(std::string& to, std::string_view bytes, UrlPart part) {
+    const ByteSet& kept = bytesKeptIn(part);
+    std::size_t done = 0;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(bytes[i]);
+        if (kept[byte]) continue;
+        to.append(bytes, done, i - done);
+        to += '%';
+        to += hexDigits[byte >> 4];
+        to += hexDigits[byte & 15];
+        done = i + 1;
+    }
+    to.append(bytes, done);
+}
+
+std::size_t percentEncodedLength(std::string_view bytes, UrlPart part) {
+    const ByteSet& kept = bytesKeptIn(part);
+    std::size_t length = bytes.size();
+    for (const char c : bytes)
+        if (!kept[static_cast<unsigned char>(c)]) length += 2;
+    return length;
 }
 
 std::optional<std::string> percentDecoded(std::string_view text) {

@@ -14,6 +14,10 @@ enum class UrlPart {
 
 /// Every other byte becomes "%" and two upper-case hexadecimal digits.
 std::string percentEncoded(std::string_view bytes, UrlPart part);
+void appendPercentEncoded(std::string& to, std::string_view bytes, UrlPart part);
+
+/// The length of what `percentEncoded` returns.
+std::size_t percentEncodedLength(std::string_view bytes, UrlPart part);
 
 /// None when a "%" is not followed by two hexadecimal digits, or the result is not UTF-8.
 std::optional<std::string> percentDecoded(std::string_view text);

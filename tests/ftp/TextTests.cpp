@@ -1,5 +1,6 @@
 #include "ftp/CommandLine.h"
-#include "ftp/ListingLine.h"
+#include "ftp/DateText.h"
+#include "ftp/ListingText.h"
 #include "ftp/PassiveReply.h"
 #include "ftp/VirtualPath.h"
 
@@ -42,14 +43,14 @@ static void useTimeZone(const char* zone) {
 
 TEST(FTPText, ListingsHaveLocalDatesAndModificationTimesAreUTC) {
     useTimeZone("UTC");
-    ListingDateFormatter dates;
-    std::string lines;
-    appendListingLine(lines, {"Photos", true, 4096, 1704463380}, dates);
-    appendListingLine(lines, {"a \uFFFD\"b", false, 1234567890123, -1}, dates);
-    appendListingLine(lines, {"far", false, 0, INT64_MAX}, dates);
-    EXPECT_EQ(lines, "drwxr-xr-x 1 owner group            0 Jan 05 14:03 Photos\r\n"
-                     "-rw-r--r-- 1 owner group 1234567890123 Dec 31 23:59 a \uFFFD\"b\r\n"
-                     "-rw-r--r-- 1 owner group            0 Jan 01 00:00 far\r\n");
+    const std::array<platform::FolderEntry, 3> entries{{{"Photos", true, 4096, 1704463380},
+                                                        {"a \uFFFD\"b", false, 1234567890123, -1},
+                                                        {"far", false, 0, INT64_MAX}}};
+    EXPECT_EQ(listingText(entries, ListForm::lines),
+              "drwxr-xr-x 1 owner group            0 Jan 05 14:03 Photos\r\n"
+              "-rw-r--r-- 1 owner group 1234567890123 Dec 31 23:59 a \uFFFD\"b\r\n"
+              "-rw-r--r-- 1 owner group            0 Jan 01 00:00 far\r\n");
+    EXPECT_EQ(listingText(entries, ListForm::names), "Photos\r\na \uFFFD\"b\r\nfar\r\n");
     useTimeZone("XXX0:44:30"); // Liberia's zone until 1972.
     ListingDateFormatter others;
     EXPECT_EQ(others.text(29), "Dec 31 23:15");

@@ -59,7 +59,8 @@ class Answers : public testing::Test, protected HTTPFolder {
 
 TEST_F(Answers, HaveABodyForGetAndTheSameHeadForHead) {
     const auto page = [](const std::vector<platform::FolderEntry>& entries, const char* path) {
-        const std::string body = indexPage(entries, path);
+        std::string body;
+        appendIndexPage(body, entries, path);
         return std::pair(head("200 OK", "text/html; charset=utf-8", body.size()), body);
     };
     const auto file = [](const std::string& type, const std::string& body) {

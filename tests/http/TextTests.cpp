@@ -130,17 +130,29 @@ TEST(IndexPage, IsOneLineOfLinks) {
                path + "</h2><ul>" + items + "</ul></body></html>";
     };
     const std::string parent = "<li><a href=\"../\">../</a></li>";
-    EXPECT_EQ(indexPage({{"a<b>.txt"}, {"Photos & Videos", true}}, "/"),
-              page("/",
-                   "<li><a class=\"file\" href=\"a%3Cb%3E.txt\">a&lt;b&gt;.txt</a></li><li><a "
-                   "class=\"dir\" href=\"Photos%20&%20Videos/\">Photos &amp; Videos/</a></li>"));
-    EXPECT_EQ(indexPage({{"\uFFFD\"😀#%"}}, "/My \"Docs\"/"),
-              page("/My &quot;Docs&quot;/",
-                   parent + "<li><a class=\"file\" href=\"%EF%BF%BD%22%F0%9F%98%80%23%25\">"
-                            "\uFFFD&quot;😀#%</a></li>"));
-    EXPECT_EQ(indexPage({}, ""), page("/", ""));
-    EXPECT_EQ(indexPage({}, "a"), page("/a/", parent));
-    EXPECT_EQ(indexPage({}, "//"), page("//", parent));
+    struct Case {
+        std::vector<platform::FolderEntry> entries;
+        std::string path;
+        std::string expected;
+    };
+    for (const auto& [entries, path, expected] :
+         {Case{{{"a<b>.txt"}, {"Photos & Videos", true}},
+               "/",
+               page("/",
+                    "<li><a class=\"file\" href=\"a%3Cb%3E.txt\">a&lt;b&gt;.txt</a></li><li><a "
+                    "class=\"dir\" href=\"Photos%20&%20Videos/\">Photos &amp; Videos/</a></li>")},
+          Case{{{"\uFFFD\"😀#%"}},
+               "/My \"Docs\"/",
+               page("/My &quot;Docs&quot;/",
+                    parent + "<li><a class=\"file\" href=\"%EF%BF%BD%22%F0%9F%98%80%23%25\">"
+                             "\uFFFD&quot;😀#%</a></li>")},
+          Case{{}, "", page("/", "")}, Case{{}, "a", page("/a/", parent)},
+          Case{{}, "//", page("//", parent)}}) {
+        std::string text = "head";
+        appendIndexPage(text, entries, path);
+        EXPECT_EQ(text, "head" + expected);
+        EXPECT_EQ(indexPageLength(entries, path), expected.size()) << path;
+    }
 }
 
 } // namespace quorvel::http

@@ -1,3 +1,4 @@
+#include "platform/files/NameOrder.h"
 #include "platform/text/Text.h"
 
 #include <gtest/gtest.h>
@@ -7,6 +8,7 @@
 namespace quorvel::platform {
 
 using Pair = std::pair<std::string_view, std::string_view>;
+using Names = std::vector<std::string>;
 
 TEST(Text, IsTrimmedCasedEncodedAndRepaired) {
     struct Group {
@@ -69,6 +71,39 @@ TEST(Text, SortsByTheLocaleOfTheFirstVariableThatIsNotEmpty) {
             sorted += name;
         EXPECT_EQ(sorted, expected);
     }
+}
+
+/// Sorts as a process with this language does; in a new thread, as each caches its locale.
+static Names sorted(const Names& names, const char* language) {
+    unsetenv("LC_ALL");
+    unsetenv("LC_COLLATE");
+    language == nullptr ? unsetenv("LANG") : setenv("LANG", language, 1);
+    std::vector<FolderEntry> entries;
+    for (const auto& name : names)
+        entries.push_back({name});
+    Names result;
+    std::thread([&] {
+        for (const std::size_t index : orderByName(entries))
+            result.push_back(names[index]);
+    }).join();
+    return result;
+}
+
+TEST(Text, OrdersNamesAsAFileManagerDoes) {
+    const char* const unset = nullptr;
+    for (const char* const language : {"C.UTF-8", "C", "", "en_US.UTF-8", "no_SUCH.locale", unset})
+        // Equal names keep their order; spaces and hyphens count.
+        for (const auto& [names, expected] : std::initializer_list<std::pair<Names, Names>>{
+                 {{"file10", "B", "file2", "a", "C"}, {"a", "B", "C", "file2", "file10"}},
+                 {{"a<b>.txt", "Photos & Videos", "photos"},
+                  {"a<b>.txt", "photos", "Photos & Videos"}},
+                 {{"ab", "a b", "a-b", "Ab", "aB"}, {"a b", "a-b", "ab", "Ab", "aB"}},
+                 {{"v20", "v3", "v003", "v2"}, {"v2", "v3", "v003", "v20"}},
+                 {{"Zoe", "été", "eta"}, {"eta", "été", "Zoe"}}})
+            EXPECT_EQ(sorted(names, language), expected) << (language ? language : "unset");
+    EXPECT_EQ(sorted({"z", "ö"}, "sv_SE.UTF-8"), Names({"z", "ö"}));
+    EXPECT_EQ(sorted({"z", "ö"}, "de_DE.UTF-8"), Names({"ö", "z"}));
+    EXPECT_EQ(sorted({"\xFF", std::string(255, 'x'), ""}, "C").size(), 3U);
 }
 
 } // namespace quorvel::platform

@@ -3,16 +3,13 @@
 #include "server/LocalAddress.h"
 #include "server/PercentEncoding.h"
 #include "server/ServerError.h"
-#include "server/SortByName.h"
 
 #include <cctype>
 #include <gtest/gtest.h>
-#include <thread>
 
 namespace quorvel::server {
 
 using Pair = std::pair<std::string, std::string>;
-using Names = std::vector<std::string>;
 
 TEST(FolderPath, IsCleanedLexicallyAndTellsInsideFromOutside) {
     for (const auto& [path, expected] :
@@ -59,38 +56,6 @@ TEST(DecimalInteger, TakesASignAndDigitsWithin64Bits) {
     for (const char* const wrong : {"", "+", "-", "+-1", "-+1", "--1", " 1", "1 ", "1.5", "0x1",
                                     "1a", "٣", "9223372036854775808", "-9223372036854775809"})
         EXPECT_EQ(decimalInteger(wrong), std::nullopt) << wrong;
-}
-
-/// Sorts as a process with this language does; in a new thread, as each caches its locale.
-static Names sorted(const Names& names, const char* language) {
-    unsetenv("LC_ALL");
-    unsetenv("LC_COLLATE");
-    language == nullptr ? unsetenv("LANG") : setenv("LANG", language, 1);
-    std::vector<platform::FolderEntry> entries;
-    for (const auto& name : names)
-        entries.push_back({name});
-    std::thread([&] { sortByName(entries); }).join();
-    Names result;
-    for (auto& entry : entries)
-        result.push_back(std::move(entry.name));
-    return result;
-}
-
-TEST(SortByName, OrdersAsAFileManagerDoes) {
-    const char* const unset = nullptr;
-    for (const char* const language : {"C.UTF-8", "C", "", "en_US.UTF-8", "no_SUCH.locale", unset})
-        // Equal names keep their order; spaces and hyphens count.
-        for (const auto& [names, expected] : std::initializer_list<std::pair<Names, Names>>{
-                 {{"file10", "B", "file2", "a", "C"}, {"a", "B", "C", "file2", "file10"}},
-                 {{"a<b>.txt", "Photos & Videos", "photos"},
-                  {"a<b>.txt", "photos", "Photos & Videos"}},
-                 {{"ab", "a b", "a-b", "Ab", "aB"}, {"a b", "a-b", "ab", "Ab", "aB"}},
-                 {{"v20", "v3", "v003", "v2"}, {"v2", "v3", "v003", "v20"}},
-                 {{"Zoe", "été", "eta"}, {"eta", "été", "Zoe"}}})
-            EXPECT_EQ(sorted(names, language), expected) << (language ? language : "unset");
-    EXPECT_EQ(sorted({"z", "ö"}, "sv_SE.UTF-8"), Names({"z", "ö"}));
-    EXPECT_EQ(sorted({"z", "ö"}, "de_DE.UTF-8"), Names({"ö", "z"}));
-    EXPECT_EQ(sorted({"\xFF", std::string(255, 'x'), ""}, "C").size(), 3U);
 }
 
 TEST(LocalAddress, PrefersEn0AndThenTheFirst) {

@@ -1,8 +1,8 @@
 #include "platform/files/SharedFolder.h"
 
+#include "platform/files/DirectoryReader.h"
 #include "platform/files/OpenRoot.h"
 #include "platform/files/TextLookup.h"
-#include "platform/text/Text.h"
 
 #include <fcntl.h>
 #include <functional>
@@ -57,65 +57,6 @@ std::optional<std::string> pathBeneath(std::string_view relativePath) {
     return std::string(relativePath.empty() ? "." : relativePath);
 }
 
-void take(FolderEntry& entry, const ItemAttributes& attributes) {
-    entry.isDirectory = attributes.kind == ItemKind::directory;
-    entry.size = attributes.size;
-    entry.modified = attributes.modified;
-}
-
-/// Reads one directory. Opens the root only when a link has to be followed.
-class DirectoryReader {
-  public:
-    DirectoryReader(const SharedFolder& folder, const Item& directory, EntryDetail detail)
-        : folder_(folder), directory_(directory), detail_(detail) {}
-
-    Result<std::vector<FolderEntry>> read() {
-        const auto stream = openDirectory(directory_.descriptor);
-        if (!stream) return std::unexpected(stream.error());
-        std::vector<FolderEntry> entries;
-        while (const dirent* const found = readdir(stream->get()))
-            if (found->d_name[0] != '.') entries.push_back(describe(*found));
-        return entries;
-    }
-
-  private:
-    FolderEntry describe(const dirent& found) {
-        FolderEntry entry;
-        entry.name = withInvalidUtf8Replaced(found.d_name);
-        if (found.d_type == DT_LNK) {
-            followLink(found.d_name, entry);
-        } else if (detail_ == EntryDetail::kind && found.d_type != DT_UNKNOWN) {
-            entry.isDirectory = found.d_type == DT_DIR;
-        } else {
-            askStatus(found.d_name, entry);
-        }
-        return entry;
-    }
-
-    void askStatus(const char* name, FolderEntry& entry) {
-        struct statx status {};
-        if (statx(directory_.descriptor.number(), name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT,
-                  wantedStatus, &status) != 0)
-            return;
-        if (S_ISLNK(status.stx_mode)) return followLink(name, entry);
-        take(entry, attributesFrom(status));
-    }
-
-    void followLink(const char* name, FolderEntry& entry) {
-        if (!root_) {
-            root_ = openRoot(folder_.path(), Lookup::onDisk).value_or(nullptr);
-            if (!root_) return;
-        }
-        const auto target = itemAt(*root_, directory_.path + '/' + name, Purpose::attributes);
-        if (target) take(entry, target->attributes);
-    }
-
-    const SharedFolder& folder_;
-    const Item& directory_;
-    EntryDetail detail_;
-    std::shared_ptr<const OpenRoot> root_;
-};
-
 } // namespace
 
 SharedFolder::SharedFolder(std::string path)
@@ -165,9 +106,9 @@ Result<std::shared_ptr<const OpenFile>> SharedFolder::open(Item item) {
     return std::make_shared<const OpenFile>(std::move(item.descriptor), item.disk);
 }
 
-Result<std::vector<FolderEntry>> SharedFolder::entries(const Item& directory,
-                                                       EntryDetail detail) const {
-    return DirectoryReader(*this, directory, detail).read();
+Result<EntryList> SharedFolder::entries(const Item& directory, EntryDetail detail,
+                                        EntryOrder order) const {
+    return readDirectory(path_, directory, detail, order);
 }
 
 bool isDirectory(const std::string& path) {

@@ -2,6 +2,7 @@
 
 #include "platform/Descriptor.h"
 #include "platform/Result.h"
+#include "platform/files/FolderEntry.h"
 #include "platform/files/OpenFile.h"
 
 #include <atomic>
@@ -10,7 +11,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace quorvel::platform {
 
@@ -40,18 +40,12 @@ struct Item {
 /// Why an item is looked up: to read it if it is a file, or only for its attributes.
 enum class Purpose { reading, attributes };
 
-/// A directory entry. The name is a text: the bytes on disk, with U+FFFD for what is not UTF-8.
-/// Links that do not resolve inside the folder keep the defaults: not a directory, size 0, 1970.
-struct FolderEntry {
-    std::string name;
-    bool isDirectory = false;
-    std::int64_t size = 0;
-    std::int64_t modified = 0;
-};
-
 /// What `entries` must find out. For most entries the directory alone tells the kind; size and
 /// date take a system call for each.
 enum class EntryDetail { kind, kindSizeDate };
+
+/// The order of what `entries` returns: none, or as in `orderByName`.
+enum class EntryOrder { any, byName };
 
 /// The only way to the shared folder, read-only. Nothing outside it is ever opened: the kernel
 /// resolves each path beneath the folder (openat2(2)), so neither "..", links, nor a change on
@@ -80,9 +74,10 @@ class SharedFolder {
     /// The file that was found for reading; EINVAL for any other kind.
     static Result<std::shared_ptr<const OpenFile>> open(Item item);
 
-    /// The entries of a directory that was found, in the order on disk, without hidden ones (a
-    /// leading dot). May wait for the disk.
-    Result<std::vector<FolderEntry>> entries(const Item& directory, EntryDetail detail) const;
+    /// The entries of a directory that was found, without hidden ones (a leading dot). Fails if it
+    /// cannot be read to its end. May wait for the disk.
+    Result<EntryList> entries(const Item& directory, EntryDetail detail,
+                              EntryOrder order = EntryOrder::byName) const;
 
   private:
     std::string path_;

@@ -1,0 +1,81 @@
+#include "support/NothingLeft.h"
+#include "support/TemporaryFolder.h"
+
+#include "platform/files/NameOrder.h"
+#include "platform/files/SharedFolder.h"
+
+#include <atomic>
+#include <dirent.h>
+#include <dlfcn.h>
+#include <limits>
+#include <map>
+
+namespace {
+
+constexpr int never = std::numeric_limits<int>::max();
+std::atomic<int> callsUntilError = never;
+
+} // namespace
+
+/// Interposes readdir(3), to fail as a disk does.
+extern "C" dirent* readdir(DIR* stream) {
+    static const auto next = reinterpret_cast<dirent* (*)(DIR*)>(dlsym(RTLD_NEXT, "readdir"));
+    if (callsUntilError == never || callsUntilError-- > 0) return next(stream);
+    errno = EIO;
+    return nullptr;
+}
+
+namespace quorvel::platform {
+
+class DirectoryTest : public testing::Test {
+  protected:
+    Result<EntryList> entries(EntryDetail detail, EntryOrder order) const {
+        return share_.entries(*share_.find(""), detail, order);
+    }
+
+    const test::TemporaryFolder folder_;
+    const SharedFolder share_{folder_.path()};
+};
+
+TEST_F(DirectoryTest, IsListedInFullByOneThreadOrTwo) {
+    std::map<std::string, int> sizes{{"na\uFFFDve", 5}, {"inside", 5}, {"outside", 0}};
+    folder_.write("na\xEFve", "12345");
+    folder_.write(".hidden");
+    folder_.link("inside", "na\xEFve");
+    folder_.link("outside", "/etc/passwd");
+    for (const int count : {3, 2000}) {
+        while (sizes.size() < static_cast<std::size_t>(count)) {
+            const std::string name = "IMG_" + std::to_string(sizes.size());
+            folder_.write(name, name);
+            sizes[name] = static_cast<int>(name.size());
+        }
+        const test::NothingLeft nothingLeft;
+        const auto found = entries(EntryDetail::kindSizeDate, EntryOrder::any);
+        const auto sorted = entries(EntryDetail::kindSizeDate, EntryOrder::byName);
+        ASSERT_EQ(sorted->size(), sizes.size());
+        const FolderEntry* entry = sorted->begin();
+        for (const std::size_t index : orderByName(*found)) {
+            EXPECT_EQ(entry->name, found->begin()[index].name);
+            EXPECT_EQ(entry->size, sizes.at(std::string(entry->name))) << entry->name;
+            EXPECT_EQ(entry->modified == 0, entry->name == "outside") << entry->name;
+            ++entry;
+        }
+    }
+}
+
+TEST_F(DirectoryTest, FailsIfItCannotBeReadToItsEnd) {
+    const test::NothingLeft nothingLeft;
+    folder_.write("a");
+    for (const int calls : {0, 2})
+        for (const auto order : {EntryOrder::any, EntryOrder::byName}) {
+            callsUntilError = calls;
+            const auto result = entries(EntryDetail::kind, order);
+            callsUntilError = never;
+            ASSERT_FALSE(result) << calls;
+            EXPECT_EQ(result.error(), std::errc::io_error);
+        }
+    errno = EIO;
+    EXPECT_EQ(entries(EntryDetail::kind, EntryOrder::any)->size(), 1U);
+}
+
+} // namespace quorvel::platform
