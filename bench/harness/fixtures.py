@@ -1,8 +1,11 @@
 """The folder that all servers share, filled on demand and deleted at the end."""
 
+import ctypes
+import mmap
 import os
 import shutil
 from pathlib import Path
+from typing import BinaryIO
 
 KIB = 1024
 MIB = 1024 * KIB
@@ -36,9 +39,27 @@ class Fixtures:
         if not path.exists():
             with path.open("wb") as file:
                 file.truncate(size)
-        with path.open("rb", buffering=0) as file:
-            while file.read(MIB):
-                pass
+        _read(path)
+        return name
+
+    def cold_file(self, size: int) -> str:
+        """Returns the name of a file of that many bytes, which is on the disk alone."""
+        name = f"cold-{size}.bin"
+        path = self.folder / name
+        if not path.exists():
+            noise = os.urandom(MIB)
+            with path.open("wb") as file:
+                for _ in range(0, size, MIB):
+                    file.write(noise)
+                os.fsync(file.fileno())
+        # In a virtual machine the first use of memory costs much more than the next; so each load
+        # is given the memory that was used just before.
+        _read(path)
+        with path.open("rb") as file:
+            os.posix_fadvise(file.fileno(), 0, 0, os.POSIX_FADV_DONTNEED)
+            # A little may remain: the network frees what it has sent only with its next packets.
+            if (share := _share_in_memory(file)) > 0.01:
+                raise OSError(f"{share:.0%} of {path} stays in memory; is it on a disk?")
         return name
 
     def directory(self, entries: int) -> str:
@@ -50,6 +71,25 @@ class Fixtures:
             for number in range(entries):
                 _make_entry(path, number)
         return name
+
+
+def _read(path: Path) -> None:
+    with path.open("rb", buffering=0) as file:
+        while file.read(MIB):
+            pass
+
+
+def _share_in_memory(file: BinaryIO) -> float:
+    # Private, because ctypes tells the address of a writable mapping only.
+    with mmap.mmap(file.fileno(), 0, flags=mmap.MAP_PRIVATE) as mapping:
+        start = ctypes.c_char.from_buffer(mapping)
+        pages = (ctypes.c_ubyte * (-(-len(mapping) // mmap.PAGESIZE)))()
+        failed = ctypes.CDLL(None, use_errno=True).mincore(
+            ctypes.byref(start), ctypes.c_size_t(len(mapping)), pages)
+        del start
+    if failed:
+        raise OSError(ctypes.get_errno(), "mincore")
+    return sum(page & 1 for page in pages) / len(pages)
 
 
 def _make_entry(folder: Path, number: int) -> None:

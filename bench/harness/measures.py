@@ -97,6 +97,17 @@ def _http_large(running: Running) -> dict[str, float]:
                               body=GIB))
 
 
+def _cold(readers: int) -> Measure:
+    def once(running: Running) -> dict[str, float]:
+        path = "/" + running.fixtures.cold_file(GIB)
+        return _throughput(*_load(running, "http", port=running.port, clients=readers,
+                                  units=readers, path=path, body=GIB))
+
+    columns = [_rate("GiB/s", 1.0, 2), _cpu("CPU s/GiB", 1.0, 3)]
+    return Measure(f"cold-{readers}", f"1 GiB file that is not in memory, to its end, "
+                   f"{readers} at a time", "http", columns, once)
+
+
 def _ftp_large(running: Running) -> dict[str, float]:
     return _throughput(*_load(running, "ftp-downloads", **running.ftp(), clients=8, cut=1,
                               path=running.fixtures.file(GIB), body=GIB))
@@ -110,22 +121,6 @@ def _sessions(running: Running) -> dict[str, float]:
 
 def _per_unit(figures: dict, cpu: float) -> dict[str, float]:
     return {"time": figures["p50"] * MS, "cpu": cpu / figures["units"] * MS}
-
-
-def _index(entries: int) -> Callable[[Running], dict[str, float]]:
-    def once(running: Running) -> dict[str, float]:
-        path = f"/{running.fixtures.directory(entries)}/"
-        return _per_unit(*_load(running, "http", port=running.port, clients=1, path=path))
-
-    return once
-
-
-def _listing(entries: int) -> Callable[[Running], dict[str, float]]:
-    def once(running: Running) -> dict[str, float]:
-        path = running.fixtures.directory(entries)
-        return _per_unit(*_load(running, "ftp-listings", **running.ftp(), clients=1, path=path))
-
-    return once
 
 
 def _http_idle(running: Running) -> dict[str, float]:
@@ -181,18 +176,18 @@ def _cpu(title: str, target: float, digits: int = 1) -> Column:
     return Column("cpu", title, target=target, digits=digits)
 
 
-def _entry_measures() -> list[Measure]:
-    measures = []
-    for entries, index_target in ((1_000, 0.6), (10_000, 0.5), (100_000, 0.5)):
-        columns = [Column("time", "ms", target=index_target, digits=2),
-                   _cpu("CPU ms", index_target, 2)]
-        measures.append(Measure(f"http-index-{entries}", f"index page of {entries:,} entries",
-                                "http", columns, _index(entries)))
-    for entries in (1_000, 10_000, 100_000):
-        columns = [Column("time", "ms", target=0.6, digits=2), _cpu("CPU ms", 0.6, 2)]
-        measures.append(Measure(f"ftp-list-{entries}", f"LIST of {entries:,} entries", "ftp",
-                                columns, _listing(entries)))
-    return measures
+def _entries(protocol: str, entries: int, target: float) -> Measure:
+    def once(running: Running) -> dict[str, float]:
+        folder = running.fixtures.directory(entries)
+        if protocol == "http":
+            load = _load(running, "http", port=running.port, clients=1, path=f"/{folder}/")
+        else:
+            load = _load(running, "ftp-listings", **running.ftp(), clients=1, path=folder)
+        return _per_unit(*load)
+
+    name, title = {"http": ("http-index", "index page"), "ftp": ("ftp-list", "LIST")}[protocol]
+    columns = [Column("time", "ms", target=target, digits=2), _cpu("CPU ms", target, 2)]
+    return Measure(f"{name}-{entries}", f"{title} of {entries:,} entries", protocol, columns, once)
 
 
 MEASURES = [
@@ -202,12 +197,13 @@ MEASURES = [
             "http", [_rate("requests/s", 1.0), _cpu("CPU µs", 0.85)], _ranges),
     Measure("http-large", "1 GiB file, 8 clients, server and driver on a processor each", "http",
             [_rate("GiB/s", 1.2, 2), _cpu("CPU s/GiB", 0.8, 3)], _http_large, pinned=True),
-    *[measure for measure in _entry_measures() if measure.protocol == "http"],
+    _cold(1), _cold(8),
+    _entries("http", 1_000, 0.6), _entries("http", 10_000, 0.5), _entries("http", 100_000, 0.5),
     Measure("ftp-large", "1 GiB file, 8 sessions, server and driver on a processor each", "ftp",
             [_rate("GiB/s", 1.0, 2), _cpu("CPU s/GiB", 1.0, 3)], _ftp_large, pinned=True),
     Measure("ftp-sessions", "login, EPSV, RETR of 1 KiB, QUIT, 16 at a time", "ftp",
             [_rate("sessions/s", 3.0), _cpu("CPU µs", 0.33)], _sessions),
-    *[measure for measure in _entry_measures() if measure.protocol == "ftp"],
+    _entries("ftp", 1_000, 0.6), _entries("ftp", 10_000, 0.6), _entries("ftp", 100_000, 0.6),
     Measure("http-idle", f"{IDLE_CLIENTS:,} clients that sent half a head", "http",
             [Column("memory", "KiB/client", limit=2.0, digits=2)], _http_idle, fresh=True),
     Measure("ftp-idle", f"{IDLE_CLIENTS:,} clients logged in", "ftp",
