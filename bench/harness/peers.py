@@ -185,9 +185,10 @@ def fetched(servers: list[Server], folder: Path) -> list[Server]:
 
 
 OURS = "quorvel"
+BEFORE = "before"  # an earlier build of this server
 
 
-def ours(program: Path) -> list[Server]:
+def ours(program: Path, name: str = OURS) -> list[Server]:
     """FTP with a login, so that a session has as many commands as with the peers."""
 
     def start(protocol: str, place: Place) -> Start:
@@ -197,5 +198,5 @@ def ours(program: Path) -> list[Server]:
             return Start(command)
         return Start([*command, "--user", "bench", "--pass", "bench"], {}, "bench", "bench")
 
-    return [Server(OURS, protocol, [], lambda _, place, protocol=protocol: start(protocol, place))
+    return [Server(name, protocol, [], lambda _, place, protocol=protocol: start(protocol, place))
             for protocol in ("http", "ftp")]

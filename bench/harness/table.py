@@ -3,7 +3,7 @@
 from statistics import median
 
 from harness.measures import Column, Measure
-from harness.peers import OURS
+from harness.peers import BEFORE, OURS
 from harness.rounds import Figures
 
 NAME_WIDTH = 12
@@ -20,7 +20,7 @@ def text(measure: Measure, figures: Figures) -> str:
 
 def ratios(column: Column, figures: Figures, server: str) -> list[float]:
     """Returns, for each round, the server's figure divided by the best peer's."""
-    peers = [rounds for name, rounds in figures.items() if name != OURS]
+    peers = [rounds for name, rounds in figures.items() if name not in (OURS, BEFORE)]
     if not peers:
         return []
     best = max if column.higher_is_better else min
