@@ -48,7 +48,7 @@ class ServerProcess:
     def cpu_seconds(self) -> float:
         """Of the whole tree, including ended processes."""
         return _waited_for(self._keeper.pid) + sum(
-            _own_cpu(pid) + _waited_for(pid) for pid in _descendants(self._keeper.pid))
+            own_cpu(pid) + _waited_for(pid) for pid in _descendants(self._keeper.pid))
 
     def memory_bytes(self) -> int:
         """The proportional set size of the whole tree."""
@@ -86,7 +86,7 @@ def _waited_for(pid: int) -> float:
     return (int(fields[13]) + int(fields[14])) / TICKS if fields else 0.0
 
 
-def _own_cpu(pid: int) -> float:
+def own_cpu(pid: int) -> float:
     """With nanosecond resolution: the ticks of /proc/PID/stat are too coarse for short rounds."""
     total = 0
     for thread in Path(f"/proc/{pid}/task").glob("*/schedstat"):
