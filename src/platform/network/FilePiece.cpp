@@ -9,59 +9,39 @@
 
 namespace quorvel::platform {
 
-FilePiece::Sent FilePiece::sendSome(int socket) {
+// None if it has sent something, and there may be more to send.
+std::optional<FilePiece::Progress> FilePiece::sendSome(int socket) {
     off_t position = offset + static_cast<off_t>(done);
-    const ssize_t sent = ::sendfile(socket, file->descriptor(), &position, count - done);
-    if (sent == 0) return Sent::nothingLeft;
-    if (sent > 0) {
-        done += static_cast<std::size_t>(sent);
-        return Sent::some;
-    }
-    if (errno == EINTR) return Sent::again;
-    if (errno == EPIPE || errno == ECONNRESET) return Sent::peerGone;
-    // If the socket takes nothing after a wait for it, then the EAGAIN may be the file's, and
-    // waiting for the socket again would spin.
-    return errno == EAGAIN && doneBeforeWait != done ? Sent::socketFull : Sent::cannotSend;
+    ssize_t sent = 0;
+    do {
+        sent = ::sendfile(socket, file->descriptor(), &position, count - done);
+    } while (sent < 0 && errno == EINTR);
+    if (sent == 0) return Progress::complete;
+    if (sent < 0 && errno == EAGAIN) return Progress::wouldBlock;
+    if (sent < 0 && (errno == EPIPE || errno == ECONNRESET)) return Progress::failed;
+    if (sent < 0) return Progress::needsDisk;
+    done += static_cast<std::size_t>(sent);
+    return std::nullopt;
 }
 
 FilePiece::Progress FilePiece::sendFromCache(int socket) {
     while (done < count) {
         if (!file->isCached(offset + static_cast<std::int64_t>(done), count - done))
             return Progress::needsDisk;
-        switch (sendSome(socket)) {
-        case Sent::nothingLeft:
-            return Progress::complete;
-        case Sent::socketFull:
-            return Progress::wouldBlock;
-        case Sent::peerGone:
-            return Progress::failed;
-        case Sent::cannotSend:
-            return Progress::needsDisk;
-        case Sent::some:
-        case Sent::again:
-            break;
-        }
+        const auto end = sendSome(socket);
+        if (end) return *end;
     }
     return Progress::complete;
 }
 
 FilePiece::Progress FilePiece::sendFromDisk(int socket) {
-    // sendfile(2) takes a short answer of a file server for the end of the file.
+    // Where the file has no page cache, sendfile(2) takes a short answer for its end, and its
+    // EAGAIN may be the file's.
     if (!file->disk().isLocal) return sendByCopy(socket);
     while (done < count) {
-        switch (sendSome(socket)) {
-        case Sent::nothingLeft:
-            return Progress::complete;
-        case Sent::socketFull:
-            return Progress::wouldBlock;
-        case Sent::peerGone:
-            return Progress::failed;
-        case Sent::cannotSend:
-            return sendByCopy(socket);
-        case Sent::some:
-        case Sent::again:
-            break;
-        }
+        const auto end = sendSome(socket);
+        if (end == Progress::needsDisk) return sendByCopy(socket);
+        if (end) return *end;
     }
     return Progress::complete;
 }

@@ -19,8 +19,6 @@ struct FilePiece {
     std::int64_t offset = 0;
     std::size_t count = 0;
     std::size_t done = 0;
-    /// The value of `done` when the socket was last waited for.
-    std::optional<std::size_t> doneBeforeWait = std::nullopt;
 
     /// Sends what the page cache holds, as far as the socket takes it. Never waits.
     Progress sendFromCache(int socket);
@@ -30,9 +28,7 @@ struct FilePiece {
     Progress sendFromDisk(int socket);
 
   private:
-    enum class Sent { some, nothingLeft, again, socketFull, peerGone, cannotSend };
-
-    Sent sendSome(int socket);
+    std::optional<Progress> sendSome(int socket);
     Progress sendByCopy(int socket);
 };
 

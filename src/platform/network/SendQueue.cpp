@@ -72,13 +72,9 @@ Outgoing::Progress SendQueue::attempt(Outgoing& item, int socket) {
 }
 
 void SendQueue::attempted(Outgoing& item, Outgoing::Progress progress, int socket) {
-    if (progress == Outgoing::Progress::wouldBlock) {
-        item.piece.doneBeforeWait = item.piece.done;
-        // What the cork holds back may be all that keeps the socket from becoming writable.
-        setCork(socket, false);
-    }
-    if (progress == Outgoing::Progress::complete && item.more == MoreToSend::no)
-        setCork(socket, false);
+    // What the cork holds back may be all that keeps a full socket from becoming writable.
+    const bool isLast = progress == Outgoing::Progress::complete && item.more == MoreToSend::no;
+    if (isLast || progress == Outgoing::Progress::wouldBlock) setCork(socket, false);
 }
 
 void SendQueue::setCork(int socket, bool isCorked) {

@@ -138,9 +138,8 @@ void WorkerPool::start(const JobPointer& job) {
         const std::lock_guard lock(shared_->mutex);
         shared_->ready.push_back(job);
         needsThread = shared_->ready.size() > shared_->idleThreads;
-        if (!needsThread) shared_->changed.notify_one();
     }
-    if (!needsThread) return;
+    if (!needsThread) return shared_->changed.notify_one();
     try {
         startThread(label_, [shared = shared_] { serve(shared); });
     } catch (const std::system_error&) {
