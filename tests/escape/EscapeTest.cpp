@@ -1,6 +1,7 @@
 #include "ftp/FTPFixture.h"
 #include "http/HTTPFileServer.h"
 #include "platform/files/Confinement.h"
+#include "platform/network/WorkerPool.h"
 
 #include <csignal>
 #include <fcntl.h>
@@ -145,9 +146,7 @@ TEST_F(Escape, IsNoMoreThanReadingForAConfinedThread) {
     const std::string other = folder.path("other");
     const std::uint16_t port = freePort();
 
-    std::promise<std::vector<std::string>> outcome;
-    const auto queue = platform::WorkQueue::create("test", platform::confinementTo(folder.path()));
-    queue->post([&] {
+    const auto attemptAll = [&]() -> std::vector<std::string> {
         std::vector<std::string> allowed;
         const auto expectDenied = [&](const char* what, long result) {
             if (result >= 0) allowed.emplace_back(what);
@@ -171,9 +170,18 @@ TEST_F(Escape, IsNoMoreThanReadingForAConfinedThread) {
         }
         if (platform::supportedConfinement() >= platform::ConfinementLevel::filesNetworkAndSignals)
             expectDenied("signal", kill(getppid(), 0));
-        outcome.set_value(allowed);
+        return allowed;
+    };
+    const auto queue = platform::WorkQueue::create("test", platform::confinementTo(folder.path()));
+    std::promise<std::vector<std::string>> onLoop, onPool;
+    queue->post([&] {
+        onLoop.set_value(attemptAll());
+        queue->workers()->run<int>(
+            {}, [&]() -> platform::Result<int> { return onPool.set_value(attemptAll()), 0; },
+            [](platform::Result<int>) {});
     });
-    EXPECT_THAT(outcome.get_future().get(), testing::IsEmpty());
+    EXPECT_THAT(onLoop.get_future().get(), testing::IsEmpty());
+    EXPECT_THAT(onPool.get_future().get(), testing::IsEmpty());
     EXPECT_EQ(std::filesystem::file_size(inside), 6U);
 }
 

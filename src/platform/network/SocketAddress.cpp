@@ -23,12 +23,22 @@ std::optional<std::string> ipv4Text(const sockaddr_storage& address) {
     return std::string(text.data());
 }
 
-std::string addressText(const sockaddr_storage& address) {
+std::optional<std::string> localIPv4Address(int socket) {
+    sockaddr_storage address{};
+    socklen_t length = sizeof address;
+    if (getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length) != 0)
+        return std::nullopt;
+    return ipv4Text(address);
+}
+
+std::string peerAddress(int socket) {
+    sockaddr_storage address{};
+    socklen_t length = sizeof address;
+    if (getpeername(socket, reinterpret_cast<sockaddr*>(&address), &length) != 0) return {};
     if (auto text = ipv4Text(address)) return *text;
-    if (address.ss_family != AF_INET6) return {};
     std::array<char, INET6_ADDRSTRLEN> text{};
-    const auto& ipv6 = reinterpret_cast<const sockaddr_in6&>(address).sin6_addr;
-    inet_ntop(AF_INET6, &ipv6, text.data(), text.size());
+    inet_ntop(AF_INET6, &reinterpret_cast<const sockaddr_in6&>(address).sin6_addr, text.data(),
+              text.size());
     return text.data();
 }
 

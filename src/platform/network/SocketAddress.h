@@ -10,7 +10,10 @@ namespace quorvel::platform {
 /// None for any other address.
 std::optional<std::string> ipv4Text(const sockaddr_storage& address);
 
-/// The address without its port, in the same form if it is IPv4; empty if it is neither.
-std::string addressText(const sockaddr_storage& address);
+/// The local address of a connected socket, if it is an IPv4 one (getsockname(2)).
+std::optional<std::string> localIPv4Address(int socket);
+
+/// The address of the socket's peer; empty if it has left (getpeername(2)).
+std::string peerAddress(int socket);
 
 } // namespace quorvel::platform

@@ -110,34 +110,19 @@ StreamConnection::Step StreamConnection::sendStep() {
     return sent.isPiece() ? Step::turnOver : Step::done;
 }
 
-/// What a thread of the pool has done with a piece of a file.
-struct StreamConnection::DiskOutcome {
-    FilePiece piece;
-    FilePiece::Progress progress;
-    int code;
-};
-
-// The socket never makes the thread wait, and belongs to it together with this connection until it
-// is done: a number that is closed meanwhile could be that of another client's socket.
 void StreamConnection::sendFromDisk() {
     outputAwaited_ = true;
-    socketOfPool_ = std::make_shared<Descriptor>();
-    const WorkOrigin origin{sendQueue_.firstPiece().file->disk().id, peerAddress()};
-    diskWork_ = loop_->workers().run<DiskOutcome>(
-        origin,
-        [piece = sendQueue_.firstPiece(), socket = socket_.number(),
-         kept = socketOfPool_]() mutable -> Result<DiskOutcome> {
-            const auto progress = piece.sendFromDisk(socket);
-            return DiskOutcome{std::move(piece), progress, errno};
-        },
-        [self = shared_from_this()](Result<DiskOutcome> outcome) {
+    const FilePiece& piece = sendQueue_.firstPiece();
+    diskSend_ = std::make_unique<DiskSend>(
+        loop_->workers(), WorkOrigin{piece.file->disk().id, peerAddress()}, piece, socket_.number(),
+        [self = shared_from_this()](Result<DiskSend::Outcome> outcome) {
             self->sentFromDisk(std::move(outcome));
         });
 }
 
-void StreamConnection::sentFromDisk(Result<DiskOutcome> outcome) {
+void StreamConnection::sentFromDisk(Result<DiskSend::Outcome> outcome) {
     outputAwaited_ = false;
-    socketOfPool_.reset();
+    diskSend_.reset();
     if (!outcome) {
         end(outcome.error().value());
     } else if (outcome->progress == FilePiece::Progress::failed) {
@@ -209,7 +194,7 @@ void StreamConnection::waitIsOver(Direction direction) {
 
 void StreamConnection::cancel(PeerInput input) {
     if (hasEnded()) return;
-    if (!socketOfPool_) GracefulClose::start(takeSocket(), loop_, input);
+    if (!diskSend_) GracefulClose::start(takeSocket(), loop_, input);
     end(ECANCELED);
 }
 
@@ -235,16 +220,10 @@ void StreamConnection::reportEnd() {
     }
 }
 
-// Closes the socket, at the latest when the thread of the pool that sends on it is done.
 void StreamConnection::leaveSocket() {
-    if (!socketOfPool_) {
-        takeSocket();
-        return;
-    }
-    shutdown(socket_.number(), SHUT_WR);
-    *socketOfPool_ = takeSocket();
-    socketOfPool_.reset();
-    if (loop_) loop_->workers().cancel(diskWork_);
+    Descriptor socket = takeSocket();
+    if (const auto send = std::exchange(diskSend_, nullptr))
+        send->abandon(loop_->workers(), std::move(socket));
 }
 
 Descriptor StreamConnection::takeSocket() {
@@ -272,19 +251,11 @@ void StreamConnection::dropHandlers() {
 }
 
 std::string StreamConnection::peerAddress() const {
-    sockaddr_storage address{};
-    socklen_t length = sizeof address;
-    if (getpeername(socket_.number(), reinterpret_cast<sockaddr*>(&address), &length) != 0)
-        return {};
-    return addressText(address);
+    return platform::peerAddress(socket_.number());
 }
 
 std::optional<std::string> StreamConnection::localIPv4Address() const {
-    sockaddr_storage address{};
-    socklen_t length = sizeof address;
-    if (getsockname(socket_.number(), reinterpret_cast<sockaddr*>(&address), &length) != 0)
-        return std::nullopt;
-    return ipv4Text(address);
+    return platform::localIPv4Address(socket_.number());
 }
 
 } // namespace quorvel::platform

@@ -2,9 +2,9 @@
 
 #include "platform/Descriptor.h"
 #include "platform/network/Connection.h"
+#include "platform/network/DiskSend.h"
 #include "platform/network/Loop.h"
 #include "platform/network/SendQueue.h"
-#include "platform/network/WorkerPool.h"
 
 namespace quorvel::platform {
 
@@ -37,14 +37,13 @@ class StreamConnection final : public Connection,
     enum class Input : std::uint8_t { unknown, taken, awaited };
     enum class Step { nothingToDo, done, turnOver };
     enum class Direction { incoming, outgoing };
-    struct DiskOutcome;
 
     bool hasEnded() const { return endCode_ != 0; }
     void enqueue(Outgoing item);
     void schedule();
     Step sendStep();
     void sendFromDisk();
-    void sentFromDisk(Result<DiskOutcome> outcome);
+    void sentFromDisk(Result<DiskSend::Outcome> outcome);
     Step receiveStep();
     void waitFor(Direction direction);
     void waitIsOver(Direction direction);
@@ -63,10 +62,8 @@ class StreamConnection final : public Connection,
     // An ended connection must not keep its loop alive: the loop's tasks may hold the connection.
     std::weak_ptr<Loop> endedOn_;
     std::optional<WatchedDescriptor> watch_;
-    /// Exists while a thread of the pool sends on the socket; takes the socket over if the
-    /// connection ends meanwhile.
-    std::shared_ptr<Descriptor> socketOfPool_;
-    WorkerPool::Work diskWork_;
+    /// Exists while a thread of the pool sends the first item of the queue.
+    std::unique_ptr<DiskSend> diskSend_;
     SendQueue sendQueue_;
     ReceiveHandler receiveHandler_;
     std::uint32_t receiveMaximum_ = 0;
