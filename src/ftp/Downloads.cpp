@@ -35,8 +35,7 @@ void FTPFileServer::Session::startDownload(std::shared_ptr<const platform::OpenF
 }
 
 void FTPFileServer::Session::finishDownload(std::error_code error) {
-    sendReply(error ? "426 Transfer failed.\r\n" : "226 Transfer complete.\r\n");
-    transferEnded();
+    transferEnded(error ? "426 Transfer failed.\r\n" : "226 Transfer complete.\r\n");
 }
 
 void FTPFileServer::Session::handleSize(std::string_view argument) {

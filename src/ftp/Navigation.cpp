@@ -1,4 +1,4 @@
-#include "ftp/AwaitDisk.h"
+#include "ftp/SessionSteps.h"
 #include "ftp/VirtualPath.h"
 #include "server/FolderPath.h"
 

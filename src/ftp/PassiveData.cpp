@@ -1,5 +1,5 @@
 #include "ftp/PassiveReply.h"
-#include "ftp/Session.h"
+#include "ftp/SessionSteps.h"
 #include "server/LocalAddress.h"
 
 #include <utility>
@@ -37,11 +37,13 @@ bool FTPFileServer::Session::cutTransfer(void (Session::*command)(std::string_vi
     return true;
 }
 
-void FTPFileServer::Session::transferEnded() {
+void FTPFileServer::Session::transferEnded(const char* reply) {
     const auto command = std::exchange(heldCommand_, nullptr);
-    if (command == nullptr || isClosed_) return;
-    (this->*command)({});
-    resumeLines();
+    whileMemoryLasts([&] {
+        sendReply(reply);
+        if (command != nullptr && !isClosed_) (this->*command)({});
+    });
+    if (command != nullptr) handleLines();
 }
 
 bool FTPFileServer::Session::openDataChannel() {

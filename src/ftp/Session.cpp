@@ -1,5 +1,5 @@
-#include "ftp/AwaitDisk.h"
 #include "ftp/CommandLine.h"
+#include "ftp/SessionSteps.h"
 
 #include <chrono>
 #include <utility>
@@ -53,7 +53,7 @@ void FTPFileServer::Session::receiveCommands(const platform::Received& received)
 }
 
 void FTPFileServer::Session::handleLines() {
-    if (!isClosed_) whileMemoryLasts([this] { takeLines(); });
+    if (!isClosed_ && !isHeld()) whileMemoryLasts([this] { takeLines(); });
 }
 
 void FTPFileServer::Session::takeLines() {
@@ -75,11 +75,12 @@ void FTPFileServer::Session::takeLines() {
 void FTPFileServer::Session::pauseLines() {
     if (awaitsDisk_) return watchClient();
     if (isHeld()) return;
+    isPaused_ = true;
     if (control_->bytesWaiting() <= waitingReplyLimit)
-        return context_->queue->post([self = shared_from_this()] { self->handleLines(); });
+        return context_->queue->post([self = shared_from_this()] { self->resumeLines(); });
     // An empty send completes after all replies before it.
     control_->send({}, [self = shared_from_this()](std::error_code error) {
-        error ? self->removeSession() : self->handleLines();
+        error ? self->removeSession() : self->resumeLines();
     });
 }
 
@@ -88,7 +89,8 @@ void FTPFileServer::Session::watchClient() {
 }
 
 void FTPFileServer::Session::resumeLines() {
-    if (!isHeld()) handleLines();
+    isPaused_ = false;
+    handleLines();
 }
 
 void FTPFileServer::Session::linesHandled() {
@@ -100,6 +102,7 @@ void FTPFileServer::Session::linesHandled() {
 }
 
 void FTPFileServer::Session::closeAfterReplies() {
+    isPaused_ = true;
     const auto input = sendsAhead_ ? platform::PeerInput::expected : platform::PeerInput::done;
     // An empty send completes after all replies before it, for which a cancel would not wait. The
     // last of them leaves with the close, in one segment.

@@ -6,6 +6,8 @@
 #include "platform/network/Connection.h"
 #include "platform/network/WorkerPool.h"
 
+#include <functional>
+#include <optional>
 #include <string_view>
 
 namespace quorvel::ftp {
@@ -54,9 +56,9 @@ class FTPFileServer::Session final : public std::enable_shared_from_this<Session
     void pauseLines();
     void watchClient();
     void linesHandled();
-    bool isHeld() const { return awaitsDisk_ || heldCommand_ != nullptr; }
+    bool isHeld() const { return isPaused_ || awaitsDisk_ || heldCommand_ != nullptr; }
     void resumeLines();
-    /// Does the work on the pool, then the step here (AwaitDisk.h).
+    /// Does the work on the pool, then the step here (SessionSteps.h).
     template <class Value>
     void awaitDisk(std::uint64_t disk, std::move_only_function<platform::Result<Value>()> work,
                    std::move_only_function<void(Session&, platform::Result<Value>)> step);
@@ -94,7 +96,7 @@ class FTPFileServer::Session final : public std::enable_shared_from_this<Session
     platform::Result<std::uint16_t> startDataListener();
     bool canTransfer();
     std::shared_ptr<DataChannel> claimDataChannel();
-    void transferEnded();
+    void transferEnded(const char* reply);
 
     // Listings.cpp
     void handleLongList(std::string_view argument);
@@ -102,8 +104,6 @@ class FTPFileServer::Session final : public std::enable_shared_from_this<Session
     void listLines(std::optional<FoundItem> found);
     void listNames(std::optional<FoundItem> found);
     void list(std::optional<FoundItem> found, ListForm form);
-    static std::string listingOf(const platform::SharedFolder& folder, const FoundItem& found,
-                                 ListForm form);
     void sendListing(std::string text);
     void finishListing(std::error_code error);
 
@@ -134,14 +134,17 @@ class FTPFileServer::Session final : public std::enable_shared_from_this<Session
     /// A PASV or EPSV that waits for the end of the transfer that it cuts, whose reply comes first.
     /// No further line is handled meanwhile.
     void (Session::*heldCommand_)(std::string_view) = nullptr;
-    /// The pool works for the last command. No further line is handled meanwhile.
-    bool awaitsDisk_ = false;
+    /// What the pool does for the last command.
     platform::WorkerPool::Work diskWork_;
 
     /// Received and not handled yet; holds no memory while the client is idle.
     std::string input_;
     bool isReceiving_ = false;
     bool inputHasEnded_ = false;
+    /// Each keeps further lines from being handled: a pause that `resumeLines` ends, or that the
+    /// session ends with; and work of the pool for the last command.
+    bool isPaused_ = false;
+    bool awaitsDisk_ = false;
     /// The client sends without waiting for replies, so that some may be unread when it quits.
     bool sendsAhead_ = false;
     bool isQuitting_ = false;

@@ -130,7 +130,8 @@ void HTTPFileServer::Exchange::sendRedirect(std::string_view location) {
 }
 
 void HTTPFileServer::Exchange::sendDirectoryIndex(platform::Item directory, const Target& target) {
-    const auto disk = directory.disk.id;
+    // Not the folder's own disk: what is mounted in the folder may be what holds its listing up.
+    const auto disk = platform::SharedFolder::diskOf(directory.path);
     context_->workers->run<std::string>(
         {disk, connection_->peerAddress()},
         [folder = context_->folder, directory = std::move(directory), path = target.decodedPath,

@@ -73,6 +73,10 @@ void WorkerPool::cancel(const Work& work) {
     if (const auto job = work.lock()) const Task done = std::exchange(job->done, nullptr);
 }
 
+WorkerPool* WorkerPool::ofThisThread() {
+    return nullptr;
+}
+
 WorkQueue::WorkQueue(const std::string&, const ThreadSetup&)
     : workers_(std::make_shared<WorkerPool>("", std::weak_ptr<Loop>{})) {}
 

@@ -23,18 +23,30 @@ class SharedFolderTest : public testing::Test {
         outer_.write("share/docs/b.txt", "content of b");
         outer_.write("share/" + longName, "long");
         outer_.write("share/.hidden", "hidden");
+        outer_.makeFolder("share/docs/deep");
         outer_.write("share2/secret", "secret");
         using Link = std::pair<std::string, std::string>;
-        for (const auto& [name, target] :
-             {Link{"in", "a.txt"}, Link{"in-absolute", root_ + "/a.txt"}, Link{"root", "."},
-              Link{"docs/up", "../a.txt"}, Link{"out-and-in", "../share/a.txt"},
-              Link{"folder", "docs"}, Link{"folder-absolute", root_ + "/docs"},
-              Link{"chain", "folder/up"}, Link{"out", "../share2/secret"},
-              Link{"out-absolute", outer_.path("share2/secret")}, Link{"out-folder", "../share2"},
-              Link{"out-folder-absolute", outer_.path("share2")}, Link{"loop", "loop"},
-              Link{"docs/out", "../../share2/secret"}, Link{"chain-out", "folder/out"},
-              Link{"nothing", "no-such-file"}, Link{"zero", "/dev/zero"}, Link{"parent", ".."},
-              Link{"magic", "/proc/self/root" + root_ + "/a.txt"}})
+        for (const auto& [name, target] : {Link{"in", "a.txt"},
+                                           Link{"in-absolute", root_ + "/a.txt"},
+                                           Link{"root", "."},
+                                           Link{"docs/up", "../a.txt"},
+                                           Link{"out-and-in", "../share/a.txt"},
+                                           Link{"folder", "docs"},
+                                           Link{"folder-absolute", root_ + "/docs"},
+                                           Link{"chain", "folder/up"},
+                                           Link{"down", "docs/deep"},
+                                           Link{"up-from-down", root_ + "/down/../b.txt"},
+                                           Link{"out", "../share2/secret"},
+                                           Link{"out-absolute", outer_.path("share2/secret")},
+                                           Link{"out-folder", "../share2"},
+                                           Link{"out-folder-absolute", outer_.path("share2")},
+                                           Link{"loop", "loop"},
+                                           Link{"docs/out", "../../share2/secret"},
+                                           Link{"chain-out", "folder/out"},
+                                           Link{"nothing", "no-such-file"},
+                                           Link{"zero", "/dev/zero"},
+                                           Link{"parent", ".."},
+                                           Link{"magic", "/proc/self/root" + root_ + "/a.txt"}})
             outer_.link("share/" + name, target);
         EXPECT_EQ(mkfifo((root_ + "/fifo").c_str(), 0600), 0);
     }
@@ -73,7 +85,8 @@ TEST_F(SharedFolderTest, FindsWhatIsInsideAndNothingElse) {
          {Group{"(directory)", {"", "docs", "folder", "root/folder-absolute"}},
           Group{"content of a",
                 {"a.txt", "in", "in-absolute", "docs/up", "out-and-in", "chain", "root/root/in"}},
-          Group{"content of b", {"docs/b.txt", "folder/b.txt", "folder-absolute/b.txt"}},
+          Group{"content of b",
+                {"docs/b.txt", "folder/b.txt", "folder-absolute/b.txt", "up-from-down"}},
           Group{"hidden", {".hidden"}}, Group{"long", {longName}}, Group{"(special)", {"fifo"}},
           Group{
               "(missing)",

@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <unistd.h>
+#include <vector>
 
 namespace quorvel::platform {
 
@@ -29,26 +30,44 @@ std::optional<std::string> placeOf(const Descriptor& item) {
     return linkText(AT_FDCWD, name.c_str());
 }
 
-/// The path relative to the folder; none if it is not beneath it.
-std::optional<Path> relativeTo(const Path& folder, const Path& target) {
-    const Path relative = target.lexically_relative(folder);
-    if (relative.empty() || *relative.begin() == "..") return std::nullopt;
-    return relative;
+/// What follows the last place at which the path enters the folder, as far as its text tells; none
+/// if it ends outside. What follows is left as it stands: ".." behind a link goes up from where
+/// that leads.
+std::optional<std::string> behind(const Path& folder, const Path& path) {
+    const std::vector<Path> entrance(folder.begin(), folder.end());
+    std::vector<Path> at;
+    std::optional<std::string> rest;
+    for (const Path& component : path) {
+        if (component.empty() || component == ".") continue;
+        if (component != "..")
+            at.push_back(component);
+        else if (at.size() > 1)
+            at.pop_back();
+        const bool isInside = at.size() >= entrance.size() &&
+                              std::equal(entrance.begin(), entrance.end(), at.begin());
+        if (!isInside)
+            rest.reset();
+        else if (!rest)
+            rest = "";
+        else
+            rest->append(rest->empty() ? "" : "/").append(component.string());
+    }
+    return rest;
 }
 
 /// What the link's text names, relative to the root.
-std::optional<Path> targetBeneath(const OpenRoot& root, const std::string& text,
-                                  const std::string& parent) {
+std::optional<std::string> targetBeneath(const OpenRoot& root, const std::string& text,
+                                         const std::string& parent) {
     const auto rootPlace = placeOf(root.descriptor);
     const Descriptor folder =
         openBeneath(root.descriptor, parent, O_PATH | O_CLOEXEC, Lookup::onDisk);
     const auto folderPlace = folder ? placeOf(folder) : std::nullopt;
     if (!rootPlace || !folderPlace) return std::nullopt;
     // An absolute text replaces the folder's place.
-    const Path target = (Path(*folderPlace) / text).lexically_normal();
-    if (auto relative = relativeTo(*rootPlace, target)) return relative;
+    const Path target = Path(*folderPlace) / text;
+    auto relative = behind(*rootPlace, target);
     // The text may name the root by the path that the user chose, with links in it.
-    return relativeTo(root.path, target);
+    return relative ? relative : behind(root.path, target);
 }
 
 } // namespace
@@ -66,7 +85,7 @@ std::optional<std::string> withLinkReplaced(const OpenRoot& root, const std::str
         if (!text) return std::nullopt;
         const auto target = targetBeneath(root, *text, start == 0 ? "." : path.substr(0, start));
         if (!target) return std::nullopt;
-        return end == path.size() ? *target : *target / path.substr(end + 1);
+        return (target->empty() ? "." : *target) + path.substr(end);
     }
     return std::nullopt;
 }

@@ -1,10 +1,40 @@
 #include "platform/files/OpenFile.h"
 
+#include "platform/network/WorkerPool.h"
+
 #include <algorithm>
+#include <cerrno>
+#include <limits>
+#include <new>
 #include <sys/uio.h>
 #include <unistd.h>
 
 namespace quorvel::platform {
+
+namespace {
+
+// preadv2(2); negative if it would have to wait.
+ssize_t readNow(int file, std::int64_t offset, std::span<char> into) {
+    const iovec space{into.data(), into.size()};
+    return preadv2(file, &space, 1, offset, RWF_NOWAIT);
+}
+
+} // namespace
+
+OpenFile::~OpenFile() {
+    WorkerPool* const pool = disk_.isLocal ? nullptr : WorkerPool::ofThisThread();
+    if (pool == nullptr) return;
+    try {
+        pool->run<int>(
+            {disk_.id, ""},
+            [descriptor = std::move(descriptor_)]() mutable -> Result<int> {
+                descriptor.reset();
+                return 0;
+            },
+            [](Result<int>) {});
+    } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): closed all the same
+    }
+}
 
 Result<std::size_t> OpenFile::read(std::int64_t offset, std::span<char> into) const {
     std::size_t done = 0;
@@ -19,16 +49,6 @@ Result<std::size_t> OpenFile::read(std::int64_t offset, std::span<char> into) co
     return done;
 }
 
-namespace {
-
-// preadv2(2); negative if it would have to wait.
-ssize_t readNow(int file, std::int64_t offset, std::span<char> into) {
-    const iovec space{into.data(), into.size()};
-    return preadv2(file, &space, 1, offset, RWF_NOWAIT);
-}
-
-} // namespace
-
 std::size_t OpenFile::readCached(std::int64_t offset, std::span<char> into) const {
     if (!disk_.isLocal) return 0;
     return static_cast<std::size_t>(
@@ -38,7 +58,10 @@ std::size_t OpenFile::readCached(std::int64_t offset, std::span<char> into) cons
 bool OpenFile::isCached(std::int64_t offset, std::size_t count) const {
     if (!disk_.isLocal || count == 0) return false;
     char byte = 0;
-    const auto last = offset + static_cast<std::int64_t>(count) - 1;
+    // An offset that clients choose may be any.
+    const auto length = static_cast<std::int64_t>(count);
+    const auto last =
+        std::min(offset, std::numeric_limits<std::int64_t>::max() - length) + length - 1;
     return readNow(descriptor_.number(), offset, {&byte, 1}) >= 0 &&
            readNow(descriptor_.number(), last, {&byte, 1}) >= 0;
 }

@@ -15,6 +15,11 @@ namespace quorvel::platform {
 class OpenFile {
   public:
     OpenFile(Descriptor descriptor, Disk disk) : descriptor_(std::move(descriptor)), disk_(disk) {}
+    /// Closing may wait for the disk: on a loop's thread, a disk that is not local is left to the
+    /// pool.
+    ~OpenFile();
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
 
     /// Fills the span from the offset (pread(2)) and returns the number of bytes read: fewer only
     /// at the end of the file. May wait for the disk.

@@ -4,6 +4,8 @@
 #include "platform/files/OpenBeneath.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 namespace quorvel::platform {
@@ -25,7 +27,13 @@ Result<std::shared_ptr<const OpenRoot>> openRoot(const std::string& path, Lookup
     if (heldRoot && heldRoot->path == path) return heldRoot;
     Descriptor descriptor = openFolder(path, lookup);
     if (!descriptor) return failure();
-    auto root = std::make_shared<const OpenRoot>(path, std::move(descriptor));
+    // Of the attributes that the kernel has, because a file server would have to be asked for them.
+    struct statx status {};
+    if (statx(descriptor.number(), "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_TYPE, &status) !=
+        0)
+        return failure();
+    const std::uint64_t disk = gnu_dev_makedev(status.stx_dev_major, status.stx_dev_minor);
+    auto root = std::make_shared<const OpenRoot>(path, std::move(descriptor), disk);
     if (isHeld) heldRoot = root;
     return root;
 }

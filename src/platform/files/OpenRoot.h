@@ -3,6 +3,7 @@
 #include "platform/Descriptor.h"
 #include "platform/Result.h"
 
+#include <cstdint>
 #include <dirent.h>
 #include <memory>
 #include <string>
@@ -13,6 +14,8 @@ namespace quorvel::platform {
 struct OpenRoot {
     std::string path;
     Descriptor descriptor;
+    /// The number of its device.
+    std::uint64_t disk = 0;
 };
 
 /// Whether a lookup may ask the disk, and wait for it, or only what the kernel has in its caches:

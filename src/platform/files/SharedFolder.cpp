@@ -5,7 +5,6 @@
 #include "platform/files/TextLookup.h"
 
 #include <fcntl.h>
-#include <functional>
 #include <optional>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -25,6 +24,9 @@ ItemAttributes attributesFrom(const struct statx& status) {
 
 constexpr unsigned wantedStatus = STATX_TYPE | STATX_SIZE | STATX_MTIME;
 
+// Few enough for a client not to fill the pool's books by asking for more and more names.
+constexpr std::uint64_t countedDisks = 64;
+
 /// The attributes of what is held, of which a local disk keeps them in memory.
 Result<Item> described(Descriptor descriptor, std::string path, bool isLocal) {
     struct statx status {};
@@ -37,7 +39,11 @@ Result<Item> described(Descriptor descriptor, std::string path, bool isLocal) {
 // a device may start it.
 void makeReadable(Item& item) {
     if (item.attributes.kind != ItemKind::file) return;
-    Descriptor readable = reopened(item.descriptor, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    // Reading changes nothing on the disk, not even the time of the last access, if the file is the
+    // user's own (open(2), O_NOATIME).
+    constexpr int flags = O_RDONLY | O_NONBLOCK | O_CLOEXEC;
+    Descriptor readable = reopened(item.descriptor, flags | O_NOATIME);
+    if (!readable && errno == EPERM) readable = reopened(item.descriptor, flags);
     item.readError = readable ? 0 : errno;
     if (readable) item.descriptor = std::move(readable);
 }
@@ -67,10 +73,7 @@ Result<Item> SharedFolder::find(std::string_view relativePath, Purpose purpose) 
     if (!path) return failure(ENOENT);
     const auto root = openRoot(path_, Lookup::onDisk);
     if (!root) return std::unexpected(root.error());
-    struct stat status {};
-    const bool isLocal =
-        fstat((*root)->descriptor.number(), &status) == 0 && isOnLocalDisk((*root)->descriptor);
-    *localDisk_ = isLocal ? status.st_dev : 0;
+    *localDisk_ = isOnLocalDisk((*root)->descriptor) ? (*root)->disk : 0;
     auto item = itemAt(**root, *path, purpose);
     if (item || !mayBeText(item.error(), *path)) return item;
     auto onDisk = pathOnDisk(**root, *path);
@@ -80,10 +83,13 @@ Result<Item> SharedFolder::find(std::string_view relativePath, Purpose purpose) 
 
 std::optional<Result<Item>> SharedFolder::findCached(std::string_view relativePath,
                                                      Purpose purpose) const {
-    if (*localDisk_ == 0) return std::nullopt;
+    const std::uint64_t localDisk = *localDisk_;
+    if (localDisk == 0) return std::nullopt;
     const auto path = pathBeneath(relativePath);
     if (!path) return failure(ENOENT);
     const auto root = openRoot(path_, Lookup::inCaches);
+    // Another disk may have been mounted there meanwhile.
+    if (root && (*root)->disk != localDisk) return std::nullopt;
     auto descriptor = root ? holdBeneath(**root, *path, Lookup::inCaches)
                            : Result<Descriptor>(std::unexpected(root.error()));
     if (!descriptor) {
@@ -97,7 +103,8 @@ std::optional<Result<Item>> SharedFolder::findCached(std::string_view relativePa
 }
 
 std::uint64_t SharedFolder::diskOf(std::string_view relativePath) {
-    return std::hash<std::string_view>{}(relativePath.substr(0, relativePath.find('/')));
+    const auto first = relativePath.substr(0, relativePath.find('/'));
+    return std::hash<std::string_view>{}(first) % countedDisks;
 }
 
 Result<std::shared_ptr<const OpenFile>> SharedFolder::open(Item item) {

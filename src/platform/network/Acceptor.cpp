@@ -58,8 +58,12 @@ void Acceptor::acceptWaiting() {
     for (int i = 0; i < acceptsPerTurn && outcome == Outcome::accepted; ++i)
         outcome = acceptOne();
     if (outcome == Outcome::ended) return close();
-    if (outcome == Outcome::outOfResources) return pause();
-    wait();
+    try {
+        outcome == Outcome::outOfResources ? pause() : wait();
+    } catch (const std::bad_alloc&) {
+        listener_->reportFailure(ENOMEM);
+        close();
+    }
 }
 
 Acceptor::Outcome Acceptor::acceptOne() {

@@ -55,10 +55,11 @@ FilePiece::Progress FilePiece::sendByCopy(int socket) {
         const auto got = file->read(offset + static_cast<std::int64_t>(done), space);
         if (!got || *got == 0) return Progress::complete;
         const ssize_t sent = ::send(socket, buffer.data(), *got, MSG_NOSIGNAL);
-        if (sent >= 0)
-            done += static_cast<std::size_t>(sent);
-        else if (errno != EINTR)
-            return errno == EAGAIN ? Progress::wouldBlock : Progress::failed;
+        if (sent < 0 && errno == EINTR) continue;
+        if (sent < 0) return errno == EAGAIN ? Progress::wouldBlock : Progress::failed;
+        done += static_cast<std::size_t>(sent);
+        // What was read in vain is read again when the socket has room for it.
+        if (static_cast<std::size_t>(sent) < *got) return Progress::wouldBlock;
     }
     return Progress::complete;
 }

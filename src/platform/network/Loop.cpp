@@ -8,6 +8,16 @@
 
 namespace quorvel::platform {
 
+namespace {
+
+thread_local Loop* running = nullptr;
+
+} // namespace
+
+Loop* Loop::ofThisThread() {
+    return running;
+}
+
 void Loop::post(Task task) {
     asio::post(context_, std::move(task));
 }
@@ -18,6 +28,7 @@ void Loop::end() {
 
 void Loop::run(std::shared_ptr<WorkerPool> workers) {
     workers_ = std::move(workers);
+    running = this;
     const auto work = asio::make_work_guard(context_);
     while (!context_.stopped()) {
         try {
@@ -28,6 +39,7 @@ void Loop::run(std::shared_ptr<WorkerPool> workers) {
     }
     workers_->close();
     closeMembers();
+    running = nullptr;
 }
 
 void Loop::join(LoopMember& member) {

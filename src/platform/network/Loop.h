@@ -48,6 +48,9 @@ class Loop {
     /// The thread's body.
     void run(std::shared_ptr<WorkerPool> workers);
 
+    /// The loop that runs on this thread; null on any other thread.
+    static Loop* ofThisThread();
+
     /// The pool for what may wait, while `run` runs.
     WorkerPool& workers() { return *workers_; }
 

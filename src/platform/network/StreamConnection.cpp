@@ -25,7 +25,7 @@ StreamConnection::StreamConnection(Descriptor socket, std::shared_ptr<Loop> loop
 
 StreamConnection::~StreamConnection() {
     leaveSocket();
-    if (loop_) loop_->leave(*this);
+    if (const auto loop = loop_ ? loop_ : endedOn_.lock()) loop->leave(*this);
 }
 
 void StreamConnection::receive(std::size_t maximum, ReceiveHandler handler) {
@@ -63,10 +63,10 @@ void StreamConnection::schedule() {
     if (turn_ != Turn::none) return;
     const auto loop = loop_ ? loop_ : endedOn_.lock();
     if (!loop) return dropHandlers();
+    loop->post([self = shared_from_this()] { self->drive(); });
     turn_ = Turn::scheduled;
     // If the loop ends before the turn, it is the one to drop a handler that owns this connection.
     loop->join(*this);
-    loop->post([self = shared_from_this()] { self->drive(); });
 }
 
 void StreamConnection::drive() {
@@ -121,16 +121,13 @@ void StreamConnection::sendFromDisk() {
 }
 
 void StreamConnection::sentFromDisk(Result<DiskSend::Outcome> outcome) {
+    if (hasEnded()) return;
     outputAwaited_ = false;
     diskSend_.reset();
-    if (!outcome) {
-        end(outcome.error().value());
-    } else if (outcome->progress == FilePiece::Progress::failed) {
-        end(outcome->code);
-    } else {
-        sendQueue_.firstPieceSent(std::move(outcome->piece), outcome->progress, socket_.number());
-        if (outcome->progress == FilePiece::Progress::wouldBlock) waitFor(Direction::outgoing);
-    }
+    if (!outcome) return end(outcome.error().value());
+    if (outcome->progress == FilePiece::Progress::failed) return end(outcome->code);
+    sendQueue_.firstPieceSent(std::move(outcome->piece), outcome->progress, socket_.number());
+    if (outcome->progress == FilePiece::Progress::wouldBlock) waitFor(Direction::outgoing);
     if (!hasEnded() && turn_ == Turn::none) drive();
 }
 
@@ -177,10 +174,15 @@ void StreamConnection::waitFor(Direction direction) {
         input_ = Input::awaited;
     else
         outputAwaited_ = true;
-    watch_->async_wait(isIncoming ? WatchedDescriptor::wait_read : WatchedDescriptor::wait_write,
-                       [self = shared_from_this(), direction](const asio::error_code&) {
-                           self->waitIsOver(direction);
-                       });
+    try {
+        watch_->async_wait(isIncoming ? WatchedDescriptor::wait_read
+                                      : WatchedDescriptor::wait_write,
+                           [self = shared_from_this(), direction](const asio::error_code&) {
+                               self->waitIsOver(direction);
+                           });
+    } catch (const std::bad_alloc&) {
+        end(ENOMEM);
+    }
 }
 
 void StreamConnection::waitIsOver(Direction direction) {
@@ -202,22 +204,34 @@ void StreamConnection::end(int code) {
     endCode_ = code;
     leaveSocket();
     endedOn_ = std::exchange(loop_, nullptr);
-    if (receiveHandler_ || !sendQueue_.isEmpty()) return schedule();
+    if (receiveHandler_ || !sendQueue_.isEmpty()) return scheduleReport();
     const auto loop = endedOn_.lock();
     if (loop && turn_ != Turn::scheduled) loop->leave(*this);
 }
 
+void StreamConnection::scheduleReport() {
+    try {
+        schedule();
+    } catch (const std::bad_alloc&) {
+        dropHandlers();
+    }
+}
+
 // Handlers may ask for more of the ended connection, which is refused in the same way.
 void StreamConnection::reportEnd() {
-    const std::error_code error(endCode_, std::generic_category());
     while (!sendQueue_.isEmpty() || receiveHandler_) {
-        if (!sendQueue_.isEmpty()) {
-            Outgoing item = sendQueue_.takeFirst();
-            item.report(item.isComplete ? std::error_code{} : error);
-        } else {
-            std::exchange(receiveHandler_, {})({{}, false, error});
+        try {
+            reportNext();
+        } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): the others are told
         }
     }
+}
+
+void StreamConnection::reportNext() {
+    const std::error_code error(endCode_, std::generic_category());
+    if (sendQueue_.isEmpty()) return std::exchange(receiveHandler_, {})({{}, false, error});
+    Outgoing item = sendQueue_.takeFirst();
+    item.report(item.isComplete ? std::error_code{} : error);
 }
 
 void StreamConnection::leaveSocket() {

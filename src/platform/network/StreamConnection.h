@@ -48,7 +48,9 @@ class StreamConnection final : public Connection,
     void waitFor(Direction direction);
     void waitIsOver(Direction direction);
     void end(int code);
+    void scheduleReport();
     void reportEnd();
+    void reportNext();
     void dropHandlers();
     void leaveSocket();
     Descriptor takeSocket();

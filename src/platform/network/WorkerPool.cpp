@@ -5,11 +5,13 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
-#include <deque>
+#include <exception>
+#include <iterator>
 #include <mutex>
+#include <new>
 #include <optional>
-#include <system_error>
 #include <thread>
+#include <tuple>
 
 namespace quorvel::platform {
 
@@ -26,6 +28,7 @@ constexpr std::chrono::seconds idleTime{5};
 class WorkerPool::Job {
   public:
     const WorkOrigin origin;
+    const std::uint64_t number;
     const std::weak_ptr<WorkerPool> pool;
     Task work;
     /// Empty when nobody waits for it.
@@ -41,7 +44,8 @@ struct WorkerPool::Shared {
     std::mutex mutex;
     std::condition_variable changed;
     // Guarded by the mutex.
-    std::deque<JobPointer> ready;
+    Jobs ready;
+    std::size_t threads = 0;
     std::size_t idleThreads = 0;
     bool hasEnded = false;
 };
@@ -49,6 +53,7 @@ struct WorkerPool::Shared {
 WorkerPool::WorkerPool(std::string label, std::weak_ptr<Loop> loop)
     : label_(std::move(label)), shared_(std::make_shared<Shared>()) {
     shared_->loop = std::move(loop);
+    running_.reserve(maximumThreads);
 }
 
 WorkerPool::~WorkerPool() {
@@ -57,10 +62,13 @@ WorkerPool::~WorkerPool() {
 
 WorkerPool::Work WorkerPool::add(const WorkOrigin& origin, Task work, Task done) {
     if (shared_->hasEnded) return {};
-    const auto job =
-        std::make_shared<Job>(origin, weak_from_this(), std::move(work), std::move(done));
+    // All the memory that the job needs is had before anything changes.
+    Jobs added{std::make_shared<Job>(origin, jobsSoFar_++, weak_from_this(), std::move(work),
+                                     std::move(done))};
+    const JobPointer job = added.front();
     Jobs& jobs = waiting_[origin];
-    job->place = jobs.insert(jobs.end(), job);
+    jobs.splice(jobs.end(), added);
+    job->place = std::prev(jobs.end());
     startWaiting();
     return job;
 }
@@ -110,42 +118,57 @@ bool WorkerPool::mayStart(const WorkOrigin& origin) const {
            runningFor(origin.client) < threadsForOneClient;
 }
 
+/// Takes the next job that may start, as a list of one; empty if there is none.
+WorkerPool::Jobs WorkerPool::takeNext() {
+    auto next = waiting_.end();
+    std::tuple<std::size_t, std::size_t, std::uint64_t> least;
+    for (auto group = waiting_.begin(); group != waiting_.end(); ++group) {
+        const auto& [origin, jobs] = *group;
+        if (!mayStart(origin)) continue;
+        const std::tuple rank(runningFor(origin.client), runningOn(origin.disk),
+                              jobs.front()->number);
+        if (next != waiting_.end() && rank > least) continue;
+        next = group;
+        least = rank;
+    }
+    Jobs taken;
+    if (next == waiting_.end()) return taken;
+    Jobs& jobs = next->second;
+    taken.splice(taken.end(), jobs, jobs.begin());
+    if (jobs.empty()) waiting_.erase(next);
+    taken.front()->place.reset();
+    return taken;
+}
+
 void WorkerPool::startWaiting() {
-    while (true) {
-        auto next = waiting_.end();
-        std::pair<std::size_t, std::size_t> least;
-        for (auto group = waiting_.begin(); group != waiting_.end(); ++group) {
-            const WorkOrigin& origin = group->first;
-            if (!mayStart(origin)) continue;
-            const std::pair running(runningFor(origin.client), runningOn(origin.disk));
-            if (next != waiting_.end() && running >= least) continue;
-            next = group;
-            least = running;
-        }
-        if (next == waiting_.end()) return;
-        const JobPointer job = next->second.front();
-        next->second.pop_front();
-        if (next->second.empty()) waiting_.erase(next);
-        job->place.reset();
-        start(job);
+    while (running_.size() < maximumThreads) {
+        Jobs next = takeNext();
+        if (next.empty()) return;
+        start(std::move(next));
     }
 }
 
-void WorkerPool::start(const JobPointer& job) {
-    running_.push_back(job);
-    bool needsThread = false;
+// Never throws: a job may belong to another client than the one that is being served.
+void WorkerPool::start(Jobs job) {
+    const JobPointer& started = running_.emplace_back(job.front());
     {
         const std::lock_guard lock(shared_->mutex);
-        shared_->ready.push_back(job);
-        needsThread = shared_->ready.size() > shared_->idleThreads;
+        shared_->ready.splice(shared_->ready.end(), job);
+        if (shared_->ready.size() <= shared_->idleThreads) return shared_->changed.notify_one();
+        ++shared_->threads;
     }
-    if (!needsThread) return shared_->changed.notify_one();
     try {
         startThread(label_, [shared = shared_] { serve(shared); });
-    } catch (const std::system_error&) {
-        // Without a result, unless another thread has taken it meanwhile.
+    } catch (const std::exception&) {
         const std::lock_guard lock(shared_->mutex);
-        if (std::erase(shared_->ready, job) > 0) report(*shared_, job);
+        // Another thread takes it when it is done with what it does.
+        if (--shared_->threads > 0) return;
+        shared_->ready.remove(started);
+        try {
+            post(*shared_, started);
+        } catch (const std::bad_alloc&) {
+            shared_->ready.push_back(started);
+        }
     }
 }
 
@@ -163,7 +186,7 @@ void WorkerPool::serve(const std::shared_ptr<Shared>& shared) {
         const auto isNeeded = [&] { return shared->hasEnded || !shared->ready.empty(); };
         shared->changed.wait_for(lock, idleTime, isNeeded);
         --shared->idleThreads;
-        if (shared->ready.empty()) return;
+        if (shared->ready.empty()) break;
         const JobPointer job = std::move(shared->ready.front());
         shared->ready.pop_front();
         lock.unlock();
@@ -179,19 +202,30 @@ void WorkerPool::serve(const std::shared_ptr<Shared>& shared) {
         report(*shared, job);
         lock.lock();
     }
+    --shared->threads;
+}
+
+void WorkerPool::post(const Shared& shared, const JobPointer& job) {
+    const auto loop = shared.loop.lock();
+    if (!loop) return;
+    loop->post([job] {
+        if (const auto pool = job->pool.lock()) pool->finished(job);
+    });
 }
 
 void WorkerPool::report(const Shared& shared, const JobPointer& job) {
-    while (const auto loop = shared.loop.lock()) {
+    while (true) {
         try {
-            return loop->post([job] {
-                if (const auto pool = job->pool.lock()) pool->finished(job);
-            });
+            return post(shared, job);
         } catch (const std::bad_alloc&) {
             // The client that waits for this would wait for ever.
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
     }
+}
+
+WorkerPool* WorkerPool::ofThisThread() {
+    return Loop::ofThisThread() != nullptr ? &Loop::ofThisThread()->workers() : nullptr;
 }
 
 } // namespace quorvel::platform

@@ -3,7 +3,9 @@
 #include "platform/Result.h"
 #include "platform/Threads.h"
 
+#include <cerrno>
 #include <compare>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <list>
@@ -32,7 +34,7 @@ struct WorkOrigin {
 ///
 /// Of `maximumThreads`, work on one disk may hold half of those that other disks leave, and one
 /// client three quarters, so that a disk that hangs never stops the work on others. Work beyond
-/// that waits, and the client with the least work that is running comes first.
+/// that waits: the client with the least work that is running comes first, then the oldest work.
 class WorkerPool : public std::enable_shared_from_this<WorkerPool> {
   public:
     static constexpr std::size_t maximumThreads = 32;
@@ -46,8 +48,11 @@ class WorkerPool : public std::enable_shared_from_this<WorkerPool> {
     WorkerPool(const WorkerPool&) = delete;
     WorkerPool& operator=(const WorkerPool&) = delete;
 
+    /// The pool of the loop that runs on this thread; null on any other thread.
+    static WorkerPool* ofThisThread();
+
     /// Runs `work` on a thread of the pool, then `done` with its result on the loop: ENOMEM if it
-    /// threw. What `work` holds is released on its thread.
+    /// threw, or if no thread can be had. What `work` holds is released on its thread.
     template <class Value>
     Work run(const WorkOrigin& origin, std::move_only_function<Result<Value>()> work,
              std::move_only_function<void(Result<Value>)> done) {
@@ -73,10 +78,12 @@ class WorkerPool : public std::enable_shared_from_this<WorkerPool> {
     std::size_t runningFor(const std::string& client) const;
     std::size_t runningOn(std::uint64_t disk) const;
     bool mayStart(const WorkOrigin& origin) const;
+    Jobs takeNext();
     void startWaiting();
-    void start(const JobPointer& job);
+    void start(Jobs job);
     void finished(const JobPointer& job);
     static void serve(const std::shared_ptr<Shared>& shared);
+    static void post(const Shared& shared, const JobPointer& job);
     static void report(const Shared& shared, const JobPointer& job);
 
     const std::string label_;
@@ -84,6 +91,7 @@ class WorkerPool : public std::enable_shared_from_this<WorkerPool> {
     /// For each origin in the order in which they came.
     std::map<WorkOrigin, Jobs> waiting_;
     std::vector<JobPointer> running_;
+    std::uint64_t jobsSoFar_ = 0;
 };
 
 } // namespace quorvel::platform

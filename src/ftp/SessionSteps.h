@@ -27,7 +27,7 @@ void FTPFileServer::Session::awaitDisk(
         [self = shared_from_this(), step = std::move(step)](platform::Result<Value> value) mutable {
             self->awaitsDisk_ = false;
             self->whileMemoryLasts([&] { step(*self, std::move(value)); });
-            self->resumeLines();
+            self->handleLines();
         });
 }
 
