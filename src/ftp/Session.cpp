@@ -103,6 +103,8 @@ void FTPFileServer::Session::linesHandled() {
 
 void FTPFileServer::Session::closeAfterReplies() {
     isPaused_ = true;
+    // No transfer begins whose replies could not be sent.
+    if (dataChannel_ && !dataChannel_->isTransferring()) dataChannel_->cancel();
     const auto input = sendsAhead_ ? platform::PeerInput::expected : platform::PeerInput::done;
     // An empty send completes after all replies before it, for which a cancel would not wait. The
     // last of them leaves with the close, in one segment.

@@ -4,9 +4,12 @@
 #include "platform/files/OpenRoot.h"
 #include "platform/text/Text.h"
 
+#include <cerrno>
+#include <dirent.h>
 #include <fcntl.h>
 #include <future>
 #include <sys/stat.h>
+#include <vector>
 
 namespace quorvel::platform {
 

@@ -4,8 +4,8 @@
 
 namespace quorvel::platform {
 
-// The only two calls that open something by a path (openat2(2)). Both return none if they fail
-// (errno).
+// The only two calls that open something by a path from outside this layer (openat2(2)). Both
+// return none if they fail (errno).
 
 /// Holds a folder anywhere: the one that is shared.
 Descriptor openFolder(const std::string& path, Lookup lookup);

@@ -6,6 +6,10 @@
 #include "platform/network/Loop.h"
 #include "platform/network/SendQueue.h"
 
+#include <cstdint>
+#include <memory>
+#include <optional>
+
 namespace quorvel::platform {
 
 /// A connection over a non-blocking socket. It is registered with the event loop only once it

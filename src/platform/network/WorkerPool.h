@@ -52,7 +52,7 @@ class WorkerPool : public std::enable_shared_from_this<WorkerPool> {
     static WorkerPool* ofThisThread();
 
     /// Runs `work` on a thread of the pool, then `done` with its result on the loop: ENOMEM if it
-    /// threw, or if no thread can be had. What `work` holds is released on its thread.
+    /// threw anything, or if no thread can be had. What `work` holds is released on its thread.
     template <class Value>
     Work run(const WorkOrigin& origin, std::move_only_function<Result<Value>()> work,
              std::move_only_function<void(Result<Value>)> done) {
