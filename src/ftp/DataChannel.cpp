@@ -21,7 +21,7 @@ DataChannel::startDataListener(platform::WorkQueue& queue,
                                platform::Listener::FailureHandler failed) {
     dataListener_->onFailure(std::move(failed));
     const auto port = dataListener_->listen();
-    if (port) dataListener_->accept(queue);
+    port ? dataListener_->accept(queue) : cancel();
     return port;
 }
 
@@ -85,12 +85,11 @@ void DataChannel::finishDataConnection() {
     // The close sends what the network has held back, and the end of the stream with it.
     cancel();
     dataConnection_ = nullptr;
-    dataListener_ = nullptr;
     isTransferring_ = false;
 }
 
 void DataChannel::cancel() {
-    if (dataListener_) dataListener_->cancel();
+    if (dataListener_) std::exchange(dataListener_, nullptr)->cancel();
     if (dataConnection_) dataConnection_->cancel();
     onDataReady_ = nullptr;
 }

@@ -17,7 +17,10 @@ void FTPFileServer::Session::handlePassive(std::string_view) {
     if (cutTransfer(&Session::handlePassive)) return;
     if (!openDataChannel()) return sendReply(cannotOpenDataConnection);
     const auto address = passiveAddress();
-    if (!address) return sendReply(cannotOpenDataConnection);
+    if (!address) {
+        dataChannel_->cancel();
+        return sendReply(cannotOpenDataConnection);
+    }
     const auto port = startDataListener();
     sendReply(port ? passiveReply(*address, *port).value_or(cannotOpenDataConnection)
                    : cannotOpenDataConnection);
@@ -58,10 +61,12 @@ std::optional<std::string> FTPFileServer::Session::passiveAddress() const {
 }
 
 platform::Result<std::uint16_t> FTPFileServer::Session::startDataListener() {
-    return dataChannel_->startDataListener(*context_->queue,
-                                           [self = shared_from_this()](std::error_code) {
-                                               self->sendReply(cannotOpenDataConnection);
-                                           });
+    return dataChannel_->startDataListener(
+        *context_->queue,
+        [self = shared_from_this(), channel = std::weak_ptr(dataChannel_)](std::error_code) {
+            self->sendReply(cannotOpenDataConnection);
+            if (const auto failed = channel.lock()) failed->cancel();
+        });
 }
 
 bool FTPFileServer::Session::canTransfer() {

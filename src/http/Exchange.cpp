@@ -15,11 +15,14 @@ namespace {
 
 constexpr std::string_view headEnd = "\r\n\r\n";
 
-/// False when the process is out of descriptors or memory: the item may exist all the same.
+/// False when the item may exist all the same: the process is out of descriptors or memory, or the
+/// disk fails.
 bool saysMissing(const std::error_code& error) {
-    return error != std::errc::too_many_files_open &&
-           error != std::errc::too_many_files_open_in_system &&
-           error != std::errc::not_enough_memory;
+    static constexpr std::errc reasons[] = {
+        std::errc::no_such_file_or_directory, std::errc::not_a_directory,
+        std::errc::too_many_symbolic_link_levels, std::errc::filename_too_long,
+        std::errc::permission_denied};
+    return std::ranges::any_of(reasons, [&](std::errc reason) { return error == reason; });
 }
 
 /// The whole answer with the index of a folder, which is empty if it cannot be read. May wait for

@@ -8,6 +8,7 @@
 #include <climits>
 #include <fcntl.h>
 #include <filesystem>
+#include <optional>
 #include <unistd.h>
 #include <vector>
 
@@ -17,15 +18,16 @@ namespace {
 
 using Path = std::filesystem::path;
 
-std::optional<std::string> linkText(int folder, const char* name) {
+Result<std::string> linkText(int folder, const char* name) {
     std::array<char, PATH_MAX + 1> buffer;
     const ssize_t length = readlinkat(folder, name, buffer.data(), buffer.size());
-    if (length < 0 || static_cast<std::size_t>(length) >= buffer.size()) return std::nullopt;
+    if (length < 0) return failure();
+    if (static_cast<std::size_t>(length) >= buffer.size()) return failure(ENAMETOOLONG);
     return std::string(buffer.data(), static_cast<std::size_t>(length));
 }
 
 /// Where a held item is (proc(5)).
-std::optional<std::string> placeOf(const Descriptor& item) {
+Result<std::string> placeOf(const Descriptor& item) {
     const std::string name = "/proc/self/fd/" + std::to_string(item.number());
     return linkText(AT_FDCWD, name.c_str());
 }
@@ -56,38 +58,43 @@ std::optional<std::string> behind(const Path& folder, const Path& path) {
 }
 
 /// What the link's text names, relative to the root.
-std::optional<std::string> targetBeneath(const OpenRoot& root, const std::string& text,
-                                         const std::string& parent) {
-    const auto rootPlace = placeOf(root.descriptor);
+Result<std::string> targetBeneath(const OpenRoot& root, const std::string& text,
+                                  const std::string& parent) {
     const Descriptor folder =
         openBeneath(root.descriptor, parent, O_PATH | O_CLOEXEC, Lookup::onDisk);
-    const auto folderPlace = folder ? placeOf(folder) : std::nullopt;
-    if (!rootPlace || !folderPlace) return std::nullopt;
+    if (!folder) return failure();
+    const auto rootPlace = placeOf(root.descriptor);
+    if (!rootPlace) return rootPlace;
+    const auto folderPlace = placeOf(folder);
+    if (!folderPlace) return folderPlace;
     // An absolute text replaces the folder's place.
     const Path target = Path(*folderPlace) / text;
-    auto relative = behind(*rootPlace, target);
+    if (auto relative = behind(*rootPlace, target)) return *relative;
     // The text may name the root by the path that the user chose, with links in it.
-    return relative ? relative : behind(root.path, target);
+    if (auto relative = behind(root.path, target)) return *relative;
+    return failure(ENOENT);
 }
 
 } // namespace
 
-std::optional<std::string> withLinkReplaced(const OpenRoot& root, const std::string& path) {
+Result<std::string> withLinkReplaced(const OpenRoot& root, const std::string& path) {
     std::size_t end = 0;
     for (std::size_t start = 0; start < path.size(); start = end + 1) {
         end = std::min(path.find('/', start), path.size());
         const std::string upTo = path.substr(0, end);
         if (openBeneath(root.descriptor, upTo, O_PATH | O_CLOEXEC, Lookup::onDisk)) continue;
-        if (errno != EXDEV) return std::nullopt;
+        if (errno != EXDEV) return failure();
         const Descriptor link =
             openBeneath(root.descriptor, upTo, O_PATH | O_NOFOLLOW | O_CLOEXEC, Lookup::onDisk);
-        const auto text = link ? linkText(link.number(), "") : std::nullopt;
-        if (!text) return std::nullopt;
+        // A path that climbs out without any link leads out, too.
+        if (!link) return failure(errno == EXDEV ? ENOENT : errno);
+        const auto text = linkText(link.number(), "");
+        if (!text) return failure(text.error().value() == EINVAL ? ENOENT : text.error().value());
         const auto target = targetBeneath(root, *text, start == 0 ? "." : path.substr(0, start));
-        if (!target) return std::nullopt;
+        if (!target) return target;
         return (target->empty() ? "." : *target) + path.substr(end);
     }
-    return std::nullopt;
+    return failure(ENOENT);
 }
 
 } // namespace quorvel::platform

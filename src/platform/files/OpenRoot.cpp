@@ -48,7 +48,7 @@ Result<Descriptor> holdBeneath(const OpenRoot& root, const std::string& path, Lo
     std::string next = path;
     for (int link = 0; link < linkLimit; ++link) {
         auto replaced = withLinkReplaced(root, next);
-        if (!replaced) return failure(ENOENT);
+        if (!replaced) return std::unexpected(replaced.error());
         next = std::move(*replaced);
         item = openBeneath(root.descriptor, next, O_PATH | O_CLOEXEC, lookup);
         if (item) return item;

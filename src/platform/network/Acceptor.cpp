@@ -13,15 +13,11 @@ namespace {
 // Clients accepted in one turn, before the open connections get theirs.
 constexpr int acceptsPerTurn = 16;
 
-// How long accepting pauses when descriptors or memory have run out; waiting clients stay in the
-// kernel's queue meanwhile.
+// How long accepting pauses after other errors, as when descriptors or memory have run out; waiting
+// clients stay in the kernel's queue meanwhile.
 constexpr std::chrono::milliseconds pauseTime{50};
 
-bool outOfResources(int code) {
-    return code == EMFILE || code == ENFILE || code == ENOBUFS || code == ENOMEM;
-}
-
-// Errors that end the listener itself; all others belong to one client (accept(2)).
+// Errors that end the listener itself (accept(2)).
 bool endsListener(int code) {
     return code == EBADF || code == EINVAL || code == ENOTSOCK || code == EOPNOTSUPP;
 }
@@ -59,7 +55,7 @@ void Acceptor::acceptWaiting() {
         outcome = acceptOne();
     if (outcome == Outcome::ended) return close();
     try {
-        outcome == Outcome::outOfResources ? pause() : wait();
+        outcome == Outcome::cannotAccept ? pause() : wait();
     } catch (const std::bad_alloc&) {
         listener_->reportFailure(ENOMEM);
         close();
@@ -73,8 +69,9 @@ Acceptor::Outcome Acceptor::acceptOne() {
     if (!socket) {
         const int code = errno;
         if (code == EAGAIN) return Outcome::nobodyWaits;
-        if (outOfResources(code)) return Outcome::outOfResources;
-        if (!endsListener(code)) return Outcome::accepted;
+        // The client has given up; the next one may be there.
+        if (code == ECONNABORTED || code == EINTR) return Outcome::accepted;
+        if (!endsListener(code)) return Outcome::cannotAccept;
         // A cancelled listener ends here too; it has dropped its handlers.
         listener_->reportFailure(code);
         return Outcome::ended;
@@ -85,7 +82,7 @@ Acceptor::Outcome Acceptor::acceptOne() {
         // The request is usually there already: read it before the socket is registered anywhere.
         connection->drive();
     } catch (const std::bad_alloc&) {
-        return Outcome::outOfResources;
+        return Outcome::cannotAccept;
     }
     return Outcome::accepted;
 }

@@ -53,7 +53,7 @@ class Acceptor final : public LoopMember, public std::enable_shared_from_this<Ac
     void closeWithLoop() override;
 
   private:
-    enum class Outcome { accepted, nobodyWaits, outOfResources, ended };
+    enum class Outcome { accepted, nobodyWaits, cannotAccept, ended };
 
     void acceptWaiting();
     Outcome acceptOne();
