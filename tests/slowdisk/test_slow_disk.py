@@ -63,7 +63,8 @@ class SlowFolder(HostileTest):
     """A folder with two disks mounted in it. They answer when the test says so."""
 
     launcher = ("setpriv", "--pdeathsig", "KILL")
-    kind, verb, folder_end, part = HttpClient, "GET", "/", "Range: bytes={}-\r\n"
+    kind, verb, list_verb, folder_end = HttpClient, "GET", "GET", "/"
+    part = "Range: bytes={}-\r\n"
     tree = {}
 
     @classmethod
@@ -93,6 +94,11 @@ class SlowFolder(HostileTest):
         client.started()
         return client.received()
 
+    def assert_stops(self):
+        self.server.send_signal(signal.SIGTERM)
+        self.assertEqual(self.server.wait(PATIENCE), 0)
+        socket.create_server(("", self.port)).close()
+
     def fetch(self, path, verb=None, more="", client=None):
         (client,) = [client] if client else self.connected(1)
         client.begin(verb or self.verb, path, more)
@@ -117,8 +123,8 @@ class HttpStalls(SlowFolder):
     stalls = (
         *(("GET", "read", count, False) for count in (1, 4, 16, 40)),
         *(("GET", kind, 4, False) for kind in ("lookup", "getattr", "readlink", "open")),
-        *(("GET", kind, 4, False) for kind in ("opendir", "readdir")),
-        *(("HEAD", kind, 4, False) for kind in ("lookup", "getattr", "readdir")),
+        *(("GET", kind, 4, False) for kind in ("opendir", "readdir", "flush")),
+        *(("HEAD", kind, 4, False) for kind in ("lookup", "getattr", "readdir", "flush")),
         *(("GET", kind, 40, True) for kind in ("getattr", "open", "opendir")),
     )
     others = (("GET", "small", b"small"), ("HEAD", "small", b""), ("GET", "folder/", b'"entry"'))
@@ -129,7 +135,9 @@ class HttpStalls(SlowFolder):
         cls.tree = {"target": 5000, "inner": {"file": MIB}}
         for case, (_, kind, count, _) in enumerate(cls.stalls):
             for name in (f"{case}-{number}" for number in range(count)):
-                made_of = "target" if kind == "readlink" else 10_000 if name[-1] == "1" else 300_000
+                # What is not read must fit into the network, for its file to be closed.
+                size = 10_000 if name[-1] == "1" or kind == "flush" else 300_000
+                made_of = "target" if kind == "readlink" else size
                 cls.tree[name] = {f"in-{name}": 1} if "dir" in kind else made_of
         super().fill(folder)
 
@@ -179,6 +187,7 @@ class FtpStalls(HttpStalls):
         *(("RETR", "read", count, False) for count in (1, 4, 40)),
         *(("RETR", kind, 4, False) for kind in ("lookup", "getattr", "readlink")),
         *(("RETR", "open", count, False) for count in (1, 4)),
+        ("RETR", "flush", 4, False),
         *(("LIST", kind, 4, False) for kind in ("opendir", "readdir")),
         *(("RETR", kind, 40, True) for kind in ("getattr", "open")),
         ("NLST", "opendir", 40, True),
@@ -210,6 +219,45 @@ class FtpStalls(HttpStalls):
                 starts = [start for _, start in self.script if start]
                 for reply, start in zip(others, starts, strict=True):
                     self.assertTrue(reply.startswith(start), replies)
+
+    def test_lines_in_segments_keep_their_order(self):
+        client, other = self.connected(2)
+
+        def deliver(lines):
+            client.send(lines)
+            for _ in range(10):  # by the last answer all parts have been received
+                other.ask(b"NOOP")
+
+        with self.slow.holding("lookup"):
+            deliver(b"CWD slow/inner\r\n")
+            self.slow.wait_held(1)
+            deliver(b"FEAT\r\n" * 5000)
+            deliver(b"FEAT\r\n" * 5000)
+        # Until the replies fill the network, so that the server waits for their reader.
+        eventually(lambda: len(client.socket.recv(1 << 16, socket.MSG_PEEK)) > 1 << 15)
+        with self.slow.holding("lookup"):
+            deliver(b"NOOP\r\nSIZE file\r\nPWD\r\nSYST\r\n")
+            self.assertEqual(client.until(b"200 OK\r\n").count(b"211 End\r\n"), 10_000)
+            self.slow.wait_held(1)
+            other.ask(b"NOOP")
+        replies = [client.until(b"\r\n")[:4] for _ in range(3)]
+        self.assertEqual(replies, [b"213 ", b"257 ", b"215 "])
+
+    def test_a_new_port_cuts_a_transfer_whose_read_is_stuck(self):
+        for command in (b"PASV", b"EPSV"):
+            (client,) = self.connected(1)
+            with self.subTest(command=command), self.slow.holding("read"):
+                client.begin("RETR", "slow/inner/file")
+                client.started()
+                self.slow.wait_held(1)
+                self.assertEqual(client.ask(command), b"426 Transfer failed.\r\n")
+                client.channel.close()
+                client.channel = client.data(b"")  # an empty line, which has no reply of its own
+                client.begin("RETR", "cached")
+                client.started()
+            # The stuck thread goes on while the new connection is in use.
+            self.assert_same(client.channel.rest(), CACHED)
+            self.assertEqual(client.until(b"\r\n"), b"226 Transfer complete.\r\n")
 
     def only_listens(self, besides=0):
         """Whether the server holds one socket and no other, besides those of stuck threads."""
@@ -246,13 +294,33 @@ class HttpStop(SlowFolder):
             for name, client in zip(self.tree, waiting):
                 client.begin(self.verb, f"slow/{name}")
             self.slow.wait_held(ONE_DISK)
-            self.server.send_signal(signal.SIGTERM)
-            self.assertEqual(self.server.wait(PATIENCE), 0)
-            socket.create_server(("", self.port)).close()
+            self.assert_stops()
 
 
 class FtpStop(HttpStop):
     protocol, kind, verb = "ftp", FtpClient, "RETR"
+
+
+class HttpCovered(SlowFolder):
+    environment = HttpStop.environment
+    refusal = b"HTTP/1.1 400"
+
+    def test_stop_while_a_stuck_disk_covers_the_folder(self):
+        self.assertEqual(self.fetch("small"), b"small")
+        connected, waiting = self.connected(1), self.connected(1)
+        cover = SlowDisk(self.folder, {"small": 5})
+        self.addCleanup(cover.close)
+        with cover.holding("getattr"):
+            waiting[0].begin(self.list_verb, "")
+            cover.wait_held(1)
+            for client in connected + self.connected(1):
+                client.send(b"?\r\n\r\n")
+                self.assertTrue(client.until(b"\r\n").startswith(self.refusal))
+            self.assert_stops()
+
+
+class FtpCovered(HttpCovered):
+    protocol, kind, list_verb, verb, refusal = "ftp", FtpClient, "LIST", "RETR", b"50"
 
 
 class HttpAnswers(SlowFolder):
@@ -260,6 +328,7 @@ class HttpAnswers(SlowFolder):
     tree = {**sizes, "broken": {f"entry{number}": 1 for number in range(100)},
             "failing": MIB, "failing-little": 10_000, "shrinking": MIB, "replaced": MIB}
     refusal = b"Not Found"
+    held_lists = 0
 
     @classmethod
     def fill(cls, folder):
@@ -283,6 +352,18 @@ class HttpAnswers(SlowFolder):
                 self.assertEqual(self.read(b"links/" + link + b"/file"), self.refusal)
             self.assertEqual(self.read(b"links/inside"), b"small")
         self.assertEqual(set(self.outside.seen), {"init"})
+
+    def test_list_around_a_stuck_disk(self):
+        connected, waiting = self.connected(1), self.connected(20)
+        with self.slow.holding("any"):
+            for client in waiting:
+                client.begin(self.list_verb, "")
+            self.slow.wait_for(lambda: len(self.slow.held) >= self.held_lists)
+            for client in connected + self.connected(1):
+                listed = self.fetch(f"folder{self.folder_end}", self.list_verb, client=client)
+                self.assertIn(b"entry", listed)
+        for client in waiting:
+            self.assertIn(b"cached", self.finish(client))
 
     def test_parallel_mirror(self):
         self.assertLessEqual({name.encode() for name in self.sizes}, set(self.names(b"slow")))
@@ -328,7 +409,9 @@ class HttpAnswers(SlowFolder):
 
 class FtpAnswers(HttpAnswers):
     protocol, kind, verb, part = "ftp", FtpClient, "RETR", "REST {}\r\n"
+    list_verb, folder_end = "LIST", ""
     refusal = b"550 File not found.\r\n"
+    held_lists = ONE_DISK
 
     def names(self, path):
         names = super().names(path)
