@@ -13,8 +13,7 @@ void FTPFileServer::Session::handleRetrieve(std::string_view argument) {
 void FTPFileServer::Session::retrieve(std::optional<FoundItem> found) {
     // A RETR that fails uses the offset up as well.
     const std::int64_t offset = std::exchange(restartOffset_, 0);
-    auto file =
-        found ? platform::SharedFolder::open(std::move(found->item)) : platform::failure(ENOENT);
+    auto file = found ? platform::SharedFolder::open(found->item) : platform::failure(ENOENT);
     if (!file) return sendReply("550 File not found.\r\n");
     if (!canTransfer()) return;
     dataChannel_->whenReady(

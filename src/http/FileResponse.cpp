@@ -18,7 +18,7 @@ constexpr std::int64_t smallFileSize = 16384;
 
 void HTTPFileServer::Exchange::sendFile(platform::Item item, const Target& target) {
     const std::int64_t size = item.attributes.size;
-    auto file = platform::SharedFolder::open(std::move(item));
+    auto file = platform::SharedFolder::open(item);
     if (!file) return sendText(cannotOpenFile());
     std::optional<ByteRange> range;
     if (const auto& wanted = target.request.range; wanted && isByteRange(*wanted)) {

@@ -63,7 +63,7 @@ class SharedFolderTest : public testing::Test {
     static std::string contentOf(Result<Item> item) {
         if (!item) return "(missing)";
         if (item->attributes.kind == ItemKind::directory) return "(directory)";
-        const auto file = SharedFolder::open(std::move(*item));
+        const auto file = SharedFolder::open(*item);
         if (!file) return file.error().value() == EINVAL ? "(special)" : file.error().message();
         std::string content(100, '\0');
         content.resize((*file)->read(0, content).value_or(0));
@@ -151,7 +151,7 @@ TEST_F(SharedFolderTest, FollowsTheRootByItsName) {
     outer_.write("share/a.txt", "another a");
     EXPECT_EQ(look(folder_, "a.txt"), "another a");
     std::string content(5, '-');
-    const auto file = SharedFolder::open(std::move(*held));
+    const auto file = SharedFolder::open(*held);
     EXPECT_EQ((*file)->read(8, content), 4U);
     EXPECT_EQ(content, "of a-") << "an item that was found stays the same";
     EXPECT_EQ((*file)->read(1LL << 40, content), 0U);

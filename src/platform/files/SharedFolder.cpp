@@ -44,8 +44,10 @@ void makeReadable(Item& item) {
     constexpr int flags = O_RDONLY | O_NONBLOCK | O_CLOEXEC;
     Descriptor readable = reopened(item.descriptor, flags | O_NOATIME);
     if (!readable && errno == EPERM) readable = reopened(item.descriptor, flags);
-    item.readError = readable ? 0 : errno;
-    if (readable) item.descriptor = std::move(readable);
+    if (readable)
+        item.file = std::make_shared<const OpenFile>(std::move(readable), item.disk);
+    else
+        item.file = failure();
 }
 
 Result<Item> itemAt(const OpenRoot& root, const std::string& path, Purpose purpose) {
@@ -107,10 +109,8 @@ std::uint64_t SharedFolder::diskOf(std::string_view relativePath) {
     return std::hash<std::string_view>{}(first) % countedDisks;
 }
 
-Result<std::shared_ptr<const OpenFile>> SharedFolder::open(Item item) {
-    if (item.attributes.kind != ItemKind::file) return failure(EINVAL);
-    if (item.readError != 0) return failure(item.readError);
-    return std::make_shared<const OpenFile>(std::move(item.descriptor), item.disk);
+Result<std::shared_ptr<const OpenFile>> SharedFolder::open(const Item& item) {
+    return item.attributes.kind == ItemKind::file ? item.file : failure(EINVAL);
 }
 
 Result<EntryList> SharedFolder::entries(const Item& directory, EntryDetail detail,

@@ -32,9 +32,8 @@ struct Item {
     /// Where a directory was found, relative to the folder: its bytes on disk.
     std::string path;
     Disk disk;
-    /// 0 if the descriptor can be read from, which only files that were looked up for reading can;
-    /// else the POSIX code that says why not.
-    int readError = EBADF;
+    /// The file itself, if it is one that was looked up for reading.
+    Result<std::shared_ptr<const OpenFile>> file = failure(EBADF);
 };
 
 /// Why an item is looked up: to read it if it is a file, or only for its attributes.
@@ -72,7 +71,7 @@ class SharedFolder {
     static std::uint64_t diskOf(std::string_view relativePath);
 
     /// The file that was found for reading; EINVAL for any other kind.
-    static Result<std::shared_ptr<const OpenFile>> open(Item item);
+    static Result<std::shared_ptr<const OpenFile>> open(const Item& item);
 
     /// The entries of a directory that was found, without hidden ones (a leading dot). Fails if it
     /// cannot be read to its end. May wait for the disk.

@@ -37,8 +37,9 @@ void Loop::run(std::shared_ptr<WorkerPool> workers) {
             // The client went with the handler that had too little memory; the others go on.
         }
     }
-    workers_->close();
+    // In this order: what the members leave to the pool may not be done on this thread.
     closeMembers();
+    workers_->close();
     running = nullptr;
 }
 

@@ -43,7 +43,7 @@ class Loop {
     static constexpr std::size_t bufferSize = 65536;
 
     void post(Task task);
-    /// Makes `run` close the pool and the members, and return.
+    /// Makes `run` close the members and the pool, and return.
     void end();
     /// The thread's body.
     void run(std::shared_ptr<WorkerPool> workers);

@@ -61,11 +61,15 @@ WorkerPool::~WorkerPool() {
 }
 
 WorkerPool::Work WorkerPool::add(const WorkOrigin& origin, Task work, Task done) {
-    if (shared_->hasEnded) return {};
     // All the memory that the job needs is had before anything changes.
     Jobs added{std::make_shared<Job>(origin, jobsSoFar_++, weak_from_this(), std::move(work),
                                      std::move(done))};
     const JobPointer job = added.front();
+    if (shared_->hasEnded) {
+        job->done = nullptr;
+        giveToThreads(std::move(added));
+        return {};
+    }
     Jobs& jobs = waiting_[origin];
     jobs.splice(jobs.end(), added);
     job->place = std::prev(jobs.end());
@@ -89,18 +93,20 @@ void WorkerPool::close() {
     {
         const std::lock_guard lock(shared_->mutex);
         shared_->hasEnded = true;
-        shared_->ready.clear();
         shared_->changed.notify_all();
     }
-    Jobs jobs(running_.begin(), running_.end());
-    for (auto& [origin, waiting] : waiting_)
-        jobs.splice(jobs.end(), waiting);
-    running_.clear();
+    Jobs unstarted;
+    for (auto& [origin, jobs] : waiting_)
+        unstarted.splice(unstarted.end(), jobs);
     waiting_.clear();
-    for (const auto& job : jobs) {
+    for (const auto& job : unstarted)
         job->place.reset();
+    for (const auto& job : std::exchange(running_, {}))
         const Task done = std::exchange(job->done, nullptr);
-    }
+    for (const auto& job : unstarted)
+        const Task done = std::exchange(job->done, nullptr);
+    // What it holds is not released here: closing a file may wait.
+    if (!unstarted.empty()) giveToThreads(std::move(unstarted));
 }
 
 std::size_t WorkerPool::runningFor(const std::string& client) const {
@@ -150,10 +156,24 @@ void WorkerPool::startWaiting() {
 
 // Never throws: a job may belong to another client than the one that is being served.
 void WorkerPool::start(Jobs job) {
-    const JobPointer& started = running_.emplace_back(job.front());
+    const JobPointer started = running_.emplace_back(job.front());
+    giveToThreads(std::move(job));
+    const std::lock_guard lock(shared_->mutex);
+    if (shared_->threads > 0) return;
+    // No thread can be had, and none will come round to it.
+    shared_->ready.remove(started);
+    try {
+        post(*shared_, started);
+    } catch (const std::bad_alloc&) {
+        shared_->ready.push_back(started);
+    }
+}
+
+/// Adds to what the threads do, and makes one more if none is idle and one can be had.
+void WorkerPool::giveToThreads(Jobs jobs) {
     {
         const std::lock_guard lock(shared_->mutex);
-        shared_->ready.splice(shared_->ready.end(), job);
+        shared_->ready.splice(shared_->ready.end(), jobs);
         if (shared_->ready.size() <= shared_->idleThreads) return shared_->changed.notify_one();
         ++shared_->threads;
     }
@@ -161,14 +181,7 @@ void WorkerPool::start(Jobs job) {
         startThread(label_, [shared = shared_] { serve(shared); });
     } catch (const std::exception&) {
         const std::lock_guard lock(shared_->mutex);
-        // Another thread takes it when it is done with what it does.
-        if (--shared_->threads > 0) return;
-        shared_->ready.remove(started);
-        try {
-            post(*shared_, started);
-        } catch (const std::bad_alloc&) {
-            shared_->ready.push_back(started);
-        }
+        --shared_->threads;
     }
 }
 
@@ -189,9 +202,10 @@ void WorkerPool::serve(const std::shared_ptr<Shared>& shared) {
         if (shared->ready.empty()) break;
         const JobPointer job = std::move(shared->ready.front());
         shared->ready.pop_front();
+        const bool isWanted = !shared->hasEnded;
         lock.unlock();
         try {
-            job->work();
+            if (isWanted) job->work();
         } catch (...) { // NOLINT(bugprone-empty-catch): `done` then finds no result
         }
         job->work = nullptr;

@@ -53,6 +53,7 @@ class WorkerPool : public std::enable_shared_from_this<WorkerPool> {
 
     /// Runs `work` on a thread of the pool, then `done` with its result on the loop: ENOMEM if it
     /// threw anything, or if no thread can be had. What `work` holds is released on its thread.
+    /// After `close` that is all that happens.
     template <class Value>
     Work run(const WorkOrigin& origin, std::move_only_function<Result<Value>()> work,
              std::move_only_function<void(Result<Value>)> done) {
@@ -65,8 +66,7 @@ class WorkerPool : public std::enable_shared_from_this<WorkerPool> {
     /// Drops the callback uncalled, and the work too if no thread has begun it.
     void cancel(const Work& work);
 
-    /// Cancels all work for good; idle threads end, the others when their work is done. Called
-    /// when the loop ends.
+    /// Cancels all work for good; threads end when what they do is done. Called when the loop ends.
     void close();
 
   private:
@@ -81,6 +81,7 @@ class WorkerPool : public std::enable_shared_from_this<WorkerPool> {
     Jobs takeNext();
     void startWaiting();
     void start(Jobs job);
+    void giveToThreads(Jobs jobs);
     void finished(const JobPointer& job);
     static void serve(const std::shared_ptr<Shared>& shared);
     static void post(const Shared& shared, const JobPointer& job);
