@@ -163,6 +163,8 @@ class OnADesktop(unittest.TestCase):
         (self.folder / "film.mp4").write_bytes(b"moving")
 
     def stored(self, name):
+        if not self.desktop.settings.exists():
+            return None  # nothing has been stored yet
         return json.loads(self.desktop.settings.read_text()).get("server." + name)
 
     def assert_serves(self, url):
