@@ -49,6 +49,8 @@ class InATray(OnADesktop):
         desktop.keys("Return")
         desktop.gone(PANEL)
         self.assertEqual(desktop.window(), window)
+        # Until the panel has handed over the folder, the window takes no keys.
+        eventually(lambda: self.stored("folderPath") == str(self.folder))
         url = f"http://127.0.0.1:{self.type_port('Tab', 'Tab')}/"
         desktop.keys("Return")
         self.assert_serves(url)
