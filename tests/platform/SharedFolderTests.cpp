@@ -97,8 +97,11 @@ TEST_F(SharedFolderTest, FindsWhatIsInsideAndNothingElse) {
           Group{"(missing)",
                 {"out-folder-absolute/secret", "parent/share2/secret", "../share2/secret",
                  "docs/../../share2/secret", "/etc/passwd"}}})
-        for (const auto& path : paths)
+        for (const auto& path : paths) {
             EXPECT_EQ(look(folder_, path), expected) << path.substr(0, 50);
+            // A disk that is stuck must not count as one that a path is looked up on.
+            EXPECT_GT(SharedFolder::diskOf(path), UINT64_MAX / 2) << "may be a device's number";
+        }
 }
 
 TEST_F(SharedFolderTest, FindsANameThatIsNotUtf8ByItsText) {

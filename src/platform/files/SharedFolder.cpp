@@ -24,8 +24,9 @@ ItemAttributes attributesFrom(const struct statx& status) {
 
 constexpr unsigned wantedStatus = STATX_TYPE | STATX_SIZE | STATX_MTIME;
 
-// Few enough for a client not to fill the pool's books by asking for more and more names.
-constexpr std::uint64_t countedDisks = 64;
+// Few enough for a client not to fill the pool's books by asking for more and more names; many
+// enough that two of a folder's entries hardly ever share a number.
+constexpr std::uint64_t countedDisks = 1024;
 
 /// The attributes of what is held, of which a local disk keeps them in memory.
 Result<Item> described(Descriptor descriptor, std::string path, bool isLocal) {
@@ -106,7 +107,8 @@ std::optional<Result<Item>> SharedFolder::findCached(std::string_view relativePa
 
 std::uint64_t SharedFolder::diskOf(std::string_view relativePath) {
     const auto first = relativePath.substr(0, relativePath.find('/'));
-    return std::hash<std::string_view>{}(first) % countedDisks;
+    // Counted down from the largest number, where no device has its own.
+    return ~(std::hash<std::string_view>{}(first) % countedDisks);
 }
 
 Result<std::shared_ptr<const OpenFile>> SharedFolder::open(const Item& item) {

@@ -79,7 +79,7 @@ void StreamConnection::drive() {
             if (step == Step::nothingToDo) step = receiveStep();
         }
     } catch (const std::bad_alloc&) {
-        end(ENOMEM);
+        if (!hasEnded()) end(ENOMEM);
     }
     if (hasEnded()) reportEnd();
     turn_ = Turn::none;
