@@ -45,7 +45,7 @@ static std::shared_ptr<const OpenFile> fileHolding(const std::string& content, b
     const test::TemporaryFolder folder;
     folder.write("file", content);
     Descriptor file(open(folder.path("file").c_str(), O_RDONLY | O_CLOEXEC));
-    return std::make_shared<const OpenFile>(std::move(file), Disk{1, isLocal});
+    return std::make_shared<const OpenFile>(std::move(file), Disk{1, isLocal}, FileVersion{});
 }
 
 class SentFile : public testing::TestWithParam<bool> {};

@@ -2,6 +2,7 @@
 #include "support/TemporaryFolder.h"
 
 #include "platform/files/SharedFolder.h"
+#include "platform/files/TurnHold.h"
 
 #include <array>
 #include <sys/inotify.h>
@@ -13,6 +14,22 @@ namespace quorvel::platform {
 using Names = std::vector<std::string>;
 
 const std::string longName(255, 'n');
+
+/// Sees what is opened in a folder, except by O_PATH (inotify(7)).
+class OpenWatch {
+  public:
+    explicit OpenWatch(const std::string& folder) {
+        EXPECT_GE(inotify_add_watch(watch_.number(), folder.c_str(), IN_OPEN), 0);
+    }
+    /// Whether anything was opened since the last call.
+    bool seen() const {
+        std::array<char, 4096> events;
+        return read(watch_.number(), events.data(), events.size()) > 0;
+    }
+
+  private:
+    const Descriptor watch_{inotify_init1(IN_NONBLOCK | IN_CLOEXEC)};
+};
 
 /// A folder "share" with every kind of item in it, and beside it "share2", which must stay out of
 /// reach.
@@ -117,8 +134,7 @@ TEST_F(SharedFolderTest, FindsANameThatIsNotUtf8ByItsText) {
     outer_.link("share/\xFE", ".");
     outer_.link("share/out\xFF", "../share2");
     outer_.link("share/\uFFFD link", "no-such-file");
-    const Descriptor watch(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-    ASSERT_GE(inotify_add_watch(watch.number(), outer_.path("share2").c_str(), IN_OPEN), 0);
+    const OpenWatch opens(outer_.path("share2"));
     std::string linked = ".\uFFFD", longText;
     for (int i = 0; i < 40; ++i) // as many links as the kernel follows
         linked.insert(0, "\uFFFD/");
@@ -137,8 +153,7 @@ TEST_F(SharedFolderTest, FindsANameThatIsNotUtf8ByItsText) {
                  outer_.path("share2/\uFFFD")}}})
         for (const auto& path : paths)
             EXPECT_EQ(look(folder_, path), expected) << path.substr(0, 50);
-    std::array<char, 4096> events;
-    EXPECT_EQ(read(watch.number(), events.data(), events.size()), -1) << "nothing outside is read";
+    EXPECT_FALSE(opens.seen()) << "nothing outside is read";
 }
 
 TEST_F(SharedFolderTest, FollowsTheRootByItsName) {
@@ -161,14 +176,29 @@ TEST_F(SharedFolderTest, FollowsTheRootByItsName) {
 }
 
 TEST_F(SharedFolderTest, NeverOpensWhatIsNotAFile) {
-    const Descriptor watch(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-    ASSERT_GE(inotify_add_watch(watch.number(), root_.c_str(), IN_OPEN), 0);
+    const OpenWatch opens(root_);
     EXPECT_EQ(look(folder_, "fifo"), "(special)");
-    std::array<char, 4096> events;
-    EXPECT_EQ(read(watch.number(), events.data(), events.size()), -1)
-        << "opening a FIFO wakes its writer";
+    EXPECT_FALSE(opens.seen()) << "opening a FIFO wakes its writer";
     EXPECT_EQ(look(folder_, "a.txt"), "content of a");
-    EXPECT_GT(read(watch.number(), events.data(), events.size()), 0);
+    EXPECT_TRUE(opens.seen());
+}
+
+TEST_F(SharedFolderTest, KeepsAFileOpenForATurnOnlyWhileItStaysTheSame) {
+    const test::NothingLeft nothingLeft;
+    const OpenWatch opens(root_);
+    const TurnHold turn;
+    EXPECT_EQ(look(folder_, "a.txt"), "content of a");
+    EXPECT_TRUE(opens.seen());
+    EXPECT_EQ(look(folder_, "in"), "content of a");
+    EXPECT_FALSE(opens.seen());
+    EXPECT_EQ(chmod((root_ + "/a.txt").c_str(), 0400), 0);
+    EXPECT_EQ(look(folder_, "a.txt"), "content of a");
+    EXPECT_TRUE(opens.seen()) << "it may not be readable any more";
+    outer_.write("share/new", "another a");
+    std::filesystem::rename(root_ + "/new", root_ + "/a.txt");
+    EXPECT_EQ(look(folder_, "a.txt"), "another a");
+    std::filesystem::remove(root_ + "/a.txt");
+    EXPECT_EQ(look(folder_, "a.txt"), "(missing)");
 }
 
 } // namespace quorvel::platform

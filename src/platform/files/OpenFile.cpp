@@ -1,5 +1,6 @@
 #include "platform/files/OpenFile.h"
 
+#include "platform/files/TurnHold.h"
 #include "platform/network/WorkerPool.h"
 
 #include <algorithm>
@@ -22,7 +23,12 @@ ssize_t readNow(int file, std::int64_t offset, std::span<char> into) {
 } // namespace
 
 OpenFile::~OpenFile() {
-    WorkerPool* const pool = disk_.isLocal ? nullptr : WorkerPool::ofThisThread();
+    if (disk_.isLocal) {
+        if (TurnHold* const hold = TurnHold::ofThisThread())
+            hold->keep(std::move(descriptor_), version_);
+        return;
+    }
+    WorkerPool* const pool = WorkerPool::ofThisThread();
     if (pool == nullptr) return;
     try {
         pool->run<int>(

@@ -3,6 +3,7 @@
 #include "platform/Descriptor.h"
 #include "platform/Result.h"
 #include "platform/files/Disk.h"
+#include "platform/files/FileVersion.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -14,9 +15,10 @@ namespace quorvel::platform {
 /// shared position. Thread-safe.
 class OpenFile {
   public:
-    OpenFile(Descriptor descriptor, Disk disk) : descriptor_(std::move(descriptor)), disk_(disk) {}
-    /// Closing may wait for the disk: on a loop's thread, a disk that is not local is left to the
-    /// pool.
+    OpenFile(Descriptor descriptor, Disk disk, const FileVersion& version)
+        : descriptor_(std::move(descriptor)), disk_(disk), version_(version) {}
+    /// Leaves the file to the thread's `TurnHold`, if there is one. Closing may wait for the disk:
+    /// on a loop's thread, a disk that is not local is left to the pool.
     ~OpenFile();
     OpenFile(const OpenFile&) = delete;
     OpenFile& operator=(const OpenFile&) = delete;
@@ -39,6 +41,7 @@ class OpenFile {
   private:
     Descriptor descriptor_;
     Disk disk_;
+    FileVersion version_;
 };
 
 } // namespace quorvel::platform

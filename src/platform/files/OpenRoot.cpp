@@ -2,6 +2,7 @@
 
 #include "platform/files/LinkText.h"
 #include "platform/files/OpenBeneath.h"
+#include "platform/files/TurnHold.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -12,9 +13,6 @@ namespace quorvel::platform {
 
 namespace {
 
-thread_local bool isHeld = false;
-thread_local std::shared_ptr<const OpenRoot> heldRoot;
-
 // Held for good (proc(5)), because the path to it takes longer to look up than the item in it.
 const Descriptor ownDescriptors(open("/proc/self/fd", O_PATH | O_DIRECTORY | O_CLOEXEC));
 
@@ -24,7 +22,8 @@ constexpr int linkLimit = 40;
 } // namespace
 
 Result<std::shared_ptr<const OpenRoot>> openRoot(const std::string& path, Lookup lookup) {
-    if (heldRoot && heldRoot->path == path) return heldRoot;
+    TurnHold* const hold = TurnHold::ofThisThread();
+    if (hold != nullptr && hold->root && hold->root->path == path) return hold->root;
     Descriptor descriptor = openFolder(path, lookup);
     if (!descriptor) return failure();
     // Of the attributes that the kernel has, because a file server would have to be asked for them.
@@ -34,7 +33,7 @@ Result<std::shared_ptr<const OpenRoot>> openRoot(const std::string& path, Lookup
         return failure();
     const std::uint64_t disk = gnu_dev_makedev(status.stx_dev_major, status.stx_dev_minor);
     auto root = std::make_shared<const OpenRoot>(path, std::move(descriptor), disk);
-    if (isHeld) heldRoot = root;
+    if (hold != nullptr) hold->root = root;
     return root;
 }
 
@@ -69,15 +68,6 @@ Result<DirectoryStream> openDirectory(const Descriptor& directory) {
     if (!stream) return failure();
     readable.release();
     return stream;
-}
-
-RootHold::RootHold() {
-    isHeld = true;
-}
-
-RootHold::~RootHold() {
-    isHeld = false;
-    heldRoot.reset();
 }
 
 } // namespace quorvel::platform

@@ -22,7 +22,7 @@ struct OpenRoot {
 /// else it fails with EAGAIN (openat2(2), RESOLVE_CACHED).
 enum class Lookup { onDisk, inCaches };
 
-/// Opens the folder, or returns it if a `RootHold` keeps it open on this thread.
+/// Opens the folder, or returns it if a `TurnHold` keeps it open on this thread.
 Result<std::shared_ptr<const OpenRoot>> openRoot(const std::string& path, Lookup lookup);
 
 /// Holds the item at a path beneath the root without opening it (O_PATH). Links that lead to a
@@ -38,15 +38,5 @@ using DirectoryStream = std::unique_ptr<DIR, int (*)(DIR*)>;
 
 /// Opens a held directory for readdir(3).
 Result<DirectoryStream> openDirectory(const Descriptor& directory);
-
-/// While one exists, its thread opens the folder once for all requests of an event loop turn. It
-/// must end with the turn: a descriptor held longer would keep a disk from being unmounted.
-class RootHold {
-  public:
-    RootHold();
-    ~RootHold();
-    RootHold(const RootHold&) = delete;
-    RootHold& operator=(const RootHold&) = delete;
-};
 
 } // namespace quorvel::platform

@@ -3,6 +3,7 @@
 #include "platform/files/DirectoryReader.h"
 #include "platform/files/OpenRoot.h"
 #include "platform/files/TextLookup.h"
+#include "platform/files/TurnHold.h"
 
 #include <fcntl.h>
 #include <optional>
@@ -22,7 +23,13 @@ ItemAttributes attributesFrom(const struct statx& status) {
     return attributes;
 }
 
-constexpr unsigned wantedStatus = STATX_TYPE | STATX_SIZE | STATX_MTIME;
+FileVersion versionFrom(const struct statx& status, const Disk& disk) {
+    return {disk.id, status.stx_ino, status.stx_mode, status.stx_ctime.tv_sec,
+            status.stx_ctime.tv_nsec};
+}
+
+constexpr unsigned wantedStatus =
+    STATX_TYPE | STATX_MODE | STATX_SIZE | STATX_MTIME | STATX_CTIME | STATX_INO;
 
 // Few enough for a client not to fill the pool's books by asking for more and more names; many
 // enough that two of a folder's entries hardly ever share a number.
@@ -33,20 +40,30 @@ Result<Item> described(Descriptor descriptor, std::string path, bool isLocal) {
     struct statx status {};
     if (statx(descriptor.number(), "", AT_EMPTY_PATH, wantedStatus, &status) != 0) return failure();
     const Disk disk{gnu_dev_makedev(status.stx_dev_major, status.stx_dev_minor), isLocal};
-    return Item{std::move(descriptor), attributesFrom(status), std::move(path), disk};
+    return Item{std::move(descriptor), attributesFrom(status), std::move(path), disk,
+                versionFrom(status, disk)};
+}
+
+Descriptor openedForReading(const Item& item) {
+    TurnHold* const hold = TurnHold::ofThisThread();
+    if (hold != nullptr) {
+        Descriptor kept = hold->take(item.version);
+        if (kept) return kept;
+    }
+    // Reading changes nothing on the disk, not even the time of the last access, if the file is the
+    // user's own (open(2), O_NOATIME).
+    constexpr int flags = O_RDONLY | O_NONBLOCK | O_CLOEXEC;
+    Descriptor readable = reopened(item.descriptor, flags | O_NOATIME);
+    return readable || errno != EPERM ? std::move(readable) : reopened(item.descriptor, flags);
 }
 
 // The kind is known before anything is opened, because opening a FIFO wakes its writer and opening
 // a device may start it.
 void makeReadable(Item& item) {
     if (item.attributes.kind != ItemKind::file) return;
-    // Reading changes nothing on the disk, not even the time of the last access, if the file is the
-    // user's own (open(2), O_NOATIME).
-    constexpr int flags = O_RDONLY | O_NONBLOCK | O_CLOEXEC;
-    Descriptor readable = reopened(item.descriptor, flags | O_NOATIME);
-    if (!readable && errno == EPERM) readable = reopened(item.descriptor, flags);
+    Descriptor readable = openedForReading(item);
     if (readable)
-        item.file = std::make_shared<const OpenFile>(std::move(readable), item.disk);
+        item.file = std::make_shared<const OpenFile>(std::move(readable), item.disk, item.version);
     else
         item.file = failure();
 }

@@ -2,6 +2,7 @@
 
 #include "platform/Descriptor.h"
 #include "platform/Result.h"
+#include "platform/files/FileVersion.h"
 #include "platform/files/FolderEntry.h"
 #include "platform/files/OpenFile.h"
 
@@ -32,6 +33,7 @@ struct Item {
     /// Where a directory was found, relative to the folder: its bytes on disk.
     std::string path;
     Disk disk;
+    FileVersion version;
     /// The file itself, if it is one that was looked up for reading.
     Result<std::shared_ptr<const OpenFile>> file = failure(EBADF);
 };

@@ -1,4 +1,4 @@
-#include "platform/files/OpenRoot.h"
+#include "platform/files/TurnHold.h"
 #include "platform/network/SocketListener.h"
 #include "platform/network/StreamConnection.h"
 
@@ -49,7 +49,7 @@ void Acceptor::wait() {
 }
 
 void Acceptor::acceptWaiting() {
-    const RootHold hold;
+    const TurnHold hold;
     Outcome outcome = Outcome::accepted;
     for (int i = 0; i < acceptsPerTurn && outcome == Outcome::accepted; ++i)
         outcome = acceptOne();
