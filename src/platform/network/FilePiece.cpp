@@ -9,8 +9,7 @@
 
 namespace quorvel::platform {
 
-// None if it has sent something, and there may be more to send.
-std::optional<FilePiece::Progress> FilePiece::sendSome(int socket) {
+FilePiece::Progress FilePiece::sendByKernel(int socket) {
     off_t position = offset + static_cast<off_t>(done);
     ssize_t sent = 0;
     do {
@@ -21,29 +20,23 @@ std::optional<FilePiece::Progress> FilePiece::sendSome(int socket) {
     if (sent < 0 && (errno == EPIPE || errno == ECONNRESET)) return Progress::failed;
     if (sent < 0) return Progress::needsDisk;
     done += static_cast<std::size_t>(sent);
-    return std::nullopt;
+    // Fewer bytes than there are: the socket is full. At the end of the file a wait for it ends at
+    // once.
+    return done == count ? Progress::complete : Progress::wouldBlock;
 }
 
 FilePiece::Progress FilePiece::sendFromCache(int socket) {
-    while (done < count) {
-        if (!file->isCached(offset + static_cast<std::int64_t>(done), count - done))
-            return Progress::needsDisk;
-        const auto end = sendSome(socket);
-        if (end) return *end;
-    }
-    return Progress::complete;
+    if (done == count) return Progress::complete;
+    const auto next = offset + static_cast<std::int64_t>(done);
+    return file->isCached(next, count - done) ? sendByKernel(socket) : Progress::needsDisk;
 }
 
 FilePiece::Progress FilePiece::sendFromDisk(int socket) {
     // Where the file has no page cache, sendfile(2) takes a short answer for its end, and its
     // EAGAIN may be the file's.
     if (!file->disk().isLocal) return sendByCopy(socket);
-    while (done < count) {
-        const auto end = sendSome(socket);
-        if (end == Progress::needsDisk) return sendByCopy(socket);
-        if (end) return *end;
-    }
-    return Progress::complete;
+    const auto progress = sendByKernel(socket);
+    return progress == Progress::needsDisk ? sendByCopy(socket) : progress;
 }
 
 // Tells which side an error of sendfile came from: a failing read ends the file, a failing send

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <optional>
 
 namespace quorvel::platform {
 
@@ -28,7 +27,7 @@ struct FilePiece {
     Progress sendFromDisk(int socket);
 
   private:
-    std::optional<Progress> sendSome(int socket);
+    Progress sendByKernel(int socket);
     Progress sendByCopy(int socket);
 };
 
