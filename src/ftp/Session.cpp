@@ -21,7 +21,7 @@ constexpr std::size_t waitingReplyLimit = 65536;
 constexpr std::size_t heldInputLimit = 65536;
 
 // How long the commands waiting in one client's input may hold up the other clients.
-constexpr std::chrono::microseconds turnTime{500};
+constexpr std::chrono::microseconds turnTime{100};
 
 } // namespace
 
