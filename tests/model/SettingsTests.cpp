@@ -29,7 +29,8 @@ TEST_F(SettingsTest, ReadsWhatIsStoredAndDefaultsWhereItIsUnusable) {
              {{{type, "FTP"}, {port, 0}, {format, "local json"}}, ftp, 21},
              {{{type, "FTP"}, {port, -5}, {"server.useAuth", "true"}}, ftp, 21},
              {{{port, 70000}, {"server.username", 1}}, http, 70000},
-             {{{port, "8080"}}, http, 80}}) {
+             {{{port, "8080"}}, http, 8080},
+             {{{port, "80x"}}, http, 80}}) {
         const auto model = makeModel(stored);
         EXPECT_EQ(model->serverType(), wantedType);
         EXPECT_EQ(model->port(), wantedPort);

@@ -2,7 +2,11 @@
 
 #include "platform/files/SettingsFile.h"
 
+#include <csignal>
+#include <functional>
 #include <gtest/gtest.h>
+#include <map>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace quorvel::platform {
@@ -13,6 +17,10 @@ using Data = SettingsFile::Data;
 
 class SettingsFileTest : public testing::Test {
   protected:
+    static std::string contentOf(const std::string& path) {
+        std::ifstream file(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
     static fs::perms mode(const std::string& path) { return fs::status(path).permissions(); }
 
     const test::TemporaryFolder folder_;
@@ -34,7 +42,7 @@ TEST_F(SettingsFileTest, BringsEveryTypeBackAfterARestart) {
         EXPECT_EQ(restarted(flag).boolean("key"), flag);
     const SettingsFile flagAgain(path_);
     EXPECT_FALSE(flagAgain.string("key") || flagAgain.integer("key") || flagAgain.data("key"));
-    EXPECT_FALSE(flagAgain.boolean("missing") || restarted("1").integer("key"));
+    EXPECT_FALSE(flagAgain.boolean("missing") || restarted("1").boolean("key"));
 }
 
 TEST_F(SettingsFileTest, IsReadableByItsOwnerOnlyAndLeavesNothingBeside) {
@@ -49,23 +57,100 @@ TEST_F(SettingsFileTest, IsReadableByItsOwnerOnlyAndLeavesNothingBeside) {
     EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path("config/app")), {}), 1);
 }
 
-TEST_F(SettingsFileTest, KeepsUnreadableContentAside) {
-    for (const std::string bad : {"", "{\"a\":", "[1]", "\"text\"", "{\"a\":\"\xFF\"}"}) {
-        folder_.write("config/app/settings.json", bad);
-        SettingsFile file(path_);
-        EXPECT_EQ(file.string("a"), std::nullopt);
-        file.set("a", "new");
-        std::ifstream aside(path_ + ".unreadable", std::ios::binary);
-        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(aside), {}), bad);
-        EXPECT_EQ(SettingsFile(path_).string("a"), "new");
-    }
+TEST_F(SettingsFileTest, UnderstandsWhatPeopleWriteByHand) {
     folder_.write("config/app/settings.json",
-                  R"({"a":1.5,"b":null,"c":{"bytes":[256]},"d":18446744073709551615,)"
-                  R"("e":{"bytes":7},"f":{"other":[1]},"g":"kept"})");
+                  R"({"a":8080.0,"b":"8080","c":8080,"d":"80x","e":8080.5,"f":1e300,"g":"",)"
+                  R"("h":null,"i":{"bytes":[256]},"j":18446744073709551615,"k":{"bytes":7}})");
     const SettingsFile file(path_);
-    for (const std::string key : {"a", "b", "c", "d", "e", "f"})
-        EXPECT_FALSE(file.integer(key) || file.boolean(key) || file.string(key) || file.data(key));
-    EXPECT_EQ(file.string("g"), "kept");
+    for (const std::string key : {"a", "b", "c"})
+        EXPECT_EQ(file.integer(key), 8080) << key;
+    for (const std::string key : {"d", "e", "f", "g", "h", "i", "j", "k"})
+        EXPECT_FALSE(file.integer(key) || file.boolean(key) || file.data(key)) << key;
+}
+
+TEST_F(SettingsFileTest, KeepsWhatItDoesNotKnow) {
+    const std::string unknown = R"("z":{"deep":[null,1.5,{"x":"y"}]},"bytes":[256],"big":1e300)";
+    folder_.write("config/app/settings.json", "{" + unknown + R"(,"a":"old"})");
+    SettingsFile(path_).set("a", "new");
+    std::string stored = contentOf(path_);
+    std::erase_if(stored, [](char character) { return character == ' ' || character == '\n'; });
+    EXPECT_EQ(stored, "{" + unknown.substr(0, unknown.size() - 5) + R"(1e+300,"a":"new"})");
+}
+
+TEST_F(SettingsFileTest, KeepsAsideWhatItCannotRead) {
+    const std::string deep =
+        "{\"a\":" + std::string(100'000, '[') + std::string(100'000, ']') + "}";
+    const std::string huge = "{\"a\":\"" + std::string(2'000'000, 'x') + "\"}";
+    for (const std::string& bad :
+         {""s, "{\"a\":"s, "[1]"s, "\"text\""s, "{\"a\":\"\xFF\"}"s, deep, huge}) {
+        const test::TemporaryFolder folder;
+        const std::string path = folder.write("settings.json", bad);
+        folder.write("settings.json.unreadable", "older");
+        SettingsFile file(path);
+        EXPECT_EQ(file.string("a"), std::nullopt);
+        EXPECT_EQ(contentOf(path), bad);
+        file.set("a", "new");
+        EXPECT_EQ(contentOf(path + ".unreadable.2"), bad);
+        EXPECT_EQ(contentOf(path + ".unreadable"), "older");
+        EXPECT_EQ(SettingsFile(path).string("a"), "new");
+    }
+}
+
+TEST_F(SettingsFileTest, NeitherWaitsForNorLosesWhatIsNotAFile) {
+    const std::string other = folder_.makeFolder("other");
+    using Make = std::function<void(const std::string& path)>;
+    for (const auto& [name, make] : std::map<std::string, Make>{
+             {"folder", [](auto& path) { fs::create_directory(path); }},
+             {"FIFO", [](auto& path) { mkfifo(path.c_str(), 0600); }},
+             {"link to a folder", [&](auto& path) { fs::create_symlink(other, path); }},
+             {"link to a device", [](auto& path) { fs::create_symlink("/dev/null", path); }},
+             {"loop", [](auto& path) { fs::create_symlink("settings.json", path); }}}) {
+        const test::TemporaryFolder folder;
+        const std::string path = folder.path("settings.json");
+        make(path);
+        const auto kind = fs::symlink_status(path).type();
+        SettingsFile file(path);
+        EXPECT_EQ(file.string("a"), std::nullopt) << name;
+        file.set("a", "new");
+        EXPECT_EQ(SettingsFile(path).string("a"), "new") << name;
+        EXPECT_EQ(fs::symlink_status(path + ".unreadable").type(), kind) << name;
+    }
+    EXPECT_TRUE(fs::is_character_file("/dev/null") && fs::is_directory(other));
+}
+
+TEST_F(SettingsFileTest, StoresWhereALinkPoints) {
+    const std::string elsewhere = folder_.path("elsewhere/mine.json");
+    folder_.link("config/app/settings.json", "../../link");
+    folder_.link("link", elsewhere);
+    SettingsFile(path_).set("a", "lost"); // nothing is made at the end of a link
+    EXPECT_FALSE(fs::exists(folder_.path("elsewhere")));
+    folder_.makeFolder("elsewhere");
+    SettingsFile(path_).set("a", "new");
+    EXPECT_TRUE(fs::is_symlink(path_) && fs::is_symlink(folder_.path("link")));
+    EXPECT_EQ(SettingsFile(elsewhere).string("a"), "new");
+    folder_.write("elsewhere/mine.json", "not JSON");
+    SettingsFile(path_).set("a", "newer");
+    EXPECT_TRUE(fs::is_symlink(path_));
+    EXPECT_EQ(contentOf(elsewhere + ".unreadable"), "not JSON");
+    EXPECT_EQ(SettingsFile(path_).string("a"), "newer");
+}
+
+TEST_F(SettingsFileTest, LosesNothingWhenAWriteFails) {
+    SettingsFile file(path_);
+    file.set("a", "old");
+    const std::string before = contentOf(path_);
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit none{10, limit.rlim_max};
+    const auto handler = signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &none); // as a full disk
+    file.set("a", std::string(1000, 'n'));
+    setrlimit(RLIMIT_FSIZE, &limit);
+    signal(SIGXFSZ, handler);
+    EXPECT_EQ(contentOf(path_), before);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path("config/app")), {}), 1);
+    file.set("b", "next");
+    EXPECT_EQ(SettingsFile(path_).string("a"), std::string(1000, 'n'));
 }
 
 TEST_F(SettingsFileTest, WritesOnlyAChangeOrWhatCouldNotBeWrittenBefore) {

@@ -9,8 +9,8 @@ namespace quorvel::platform {
 class SettingsFile final : public SettingsStore {
   public:
     /// Reads the file, by default $XDG_CONFIG_HOME/quorvel-server/settings.json, or the same in
-    /// ~/.config if that is not set. A file that cannot be parsed counts as empty and is renamed
-    /// to end in ".unreadable".
+    /// ~/.config if that is not set. Whatever else is there counts as empty; the first change
+    /// renames it to end in ".unreadable". A link stays one, and what else the file holds stays.
     explicit SettingsFile(std::string path = defaultPath());
 
     void set(const std::string& key, Value value) override;

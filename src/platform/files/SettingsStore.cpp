@@ -1,5 +1,8 @@
 #include "platform/files/SettingsStore.h"
 
+#include <charconv>
+#include <system_error>
+
 namespace quorvel::platform {
 
 template <class Type>
@@ -19,7 +22,12 @@ std::optional<std::string> SettingsStore::string(const std::string& key) const {
 }
 
 std::optional<std::int64_t> SettingsStore::integer(const std::string& key) const {
-    return value<std::int64_t>(key);
+    if (const auto number = value<std::int64_t>(key)) return number;
+    const std::string text = value<std::string>(key).value_or("");
+    const char* const end = text.data() + text.size();
+    std::int64_t number = 0;
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc{} && stop == end ? std::optional(number) : std::nullopt;
 }
 
 std::optional<bool> SettingsStore::boolean(const std::string& key) const {

@@ -20,7 +20,8 @@ class SettingsStore {
     explicit SettingsStore(Values values = {}) : values_(std::move(values)) {}
     virtual ~SettingsStore() = default;
 
-    /// Each returns none for a value of another type as well; data also reads as a string.
+    /// Each returns none for a value of another type as well; but data also reads as a string, and
+    /// a text that is a number, as people may write it by hand, as that.
     std::optional<std::string> string(const std::string& key) const;
     std::optional<std::int64_t> integer(const std::string& key) const;
     std::optional<bool> boolean(const std::string& key) const;
