@@ -63,6 +63,7 @@ class Desktop:
                 command, env=self.environment, stdout=log, stderr=log, **options
             )
         self.cleanup(self.end, process)
+        self.last_started = process
         return process
 
     def start_ready(self, *command):

@@ -14,6 +14,7 @@ class InATrayHost(OnADesktop):
         address = self.desktop.environment["DBUS_SESSION_BUS_ADDRESS"]
         bus = ["dbus-daemon", "--session", "--nofork", "--address", address, "--print-address"]
         self.desktop.start_ready(*bus)
+        self.bus = self.desktop.last_started
         self.host = TrayHost(address)
 
     def test_the_menu_follows_the_server(self):
@@ -57,6 +58,15 @@ class InATrayHost(OnADesktop):
         self.desktop.gone()
         self.host.choose("Quit Quorvel Server")
         self.assert_ended(program)
+
+    def test_a_second_start_finds_the_first_when_the_bus_has_died(self):
+        program = self.desktop.start_server()
+        self.desktop.window()
+        self.desktop.end(self.bus)
+        self.desktop.run("xdotool", "getactivewindow", "windowminimize")
+        eventually(lambda: not self.desktop.windows())
+        self.start_again()
+        self.desktop.end(program)
 
 
 if __name__ == "__main__":

@@ -65,24 +65,26 @@ OneInstance::OneInstance() {
 OneInstance::~OneInstance() = default;
 
 bool OneInstance::claim(const QString& activationToken) {
-    const auto outcome = claimBusName(activationToken);
-    if (outcome != Outcome::unknown) return outcome == Outcome::first;
-    if (claimLock()) return true;
-    activateBySocket(activationToken);
+    if (!claimLock()) {
+        activateBySocket(activationToken);
+        return false;
+    }
+    if (claimBusName(activationToken)) return true;
+    lock_.reset();
     return false;
 }
 
-OneInstance::Outcome OneInstance::claimBusName(const QString& activationToken) {
+bool OneInstance::claimBusName(const QString& activationToken) {
     auto bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected()) return Outcome::unknown;
+    if (!bus.isConnected()) return true;
     // The object comes first: clients that wait for the name call the object at once.
     bus.registerObject(objectPath, this);
     const QDBusReply<QDBusConnectionInterface::RegisterServiceReply> reply =
         bus.interface()->registerService(busName);
-    if (!reply.isValid()) return Outcome::unknown;
-    if (reply.value() == QDBusConnectionInterface::ServiceRegistered) return Outcome::first;
+    if (!reply.isValid() || reply.value() == QDBusConnectionInterface::ServiceRegistered)
+        return true;
     activateByBus(activationToken);
-    return Outcome::second;
+    return false;
 }
 
 bool OneInstance::claimLock() {

@@ -14,8 +14,9 @@ namespace quorvel::ui {
 /// there is none. Must be called before Qt removes it from the environment.
 QString givenActivationToken();
 
-/// Keeps to one running program per session: the owner of the D-Bus name or, without a session bus,
-/// of a lock file in the runtime folder. Main thread only.
+/// Keeps to one running program per session: the owner of a lock file in the runtime folder, because
+/// a session bus may be missing or die, and of the D-Bus name, by which desktops activate it. Main
+/// thread only.
 class OneInstance final : public QObject {
   public:
     /// Called when the program is started again or activated over D-Bus
@@ -29,9 +30,9 @@ class OneInstance final : public QObject {
     bool claim(const QString& activationToken);
 
   private:
-    enum class Outcome { first, second, unknown };
-    Outcome claimBusName(const QString& activationToken);
+    /// Each is false if another process has it, and true as well where it is not to be had.
     bool claimLock();
+    bool claimBusName(const QString& activationToken);
     void listenForOthers();
 
     std::unique_ptr<QLockFile> lock_;
