@@ -2,6 +2,7 @@
 
 #include <QEvent>
 #include <QLocale>
+#include <QSignalBlocker>
 #include <QValidator>
 #include <algorithm>
 #include <optional>
@@ -49,14 +50,20 @@ std::optional<std::int64_t> parseNumber(const QString& text) {
 PortField::PortField(QWidget* parent) : QLineEdit(parent) {
     setValidator(new NumberValidator(this));
     setInputMethodHints(Qt::ImhDigitsOnly);
-    connect(this, &QLineEdit::textEdited, this, [this](const QString& text) {
-        const auto number = parseNumber(text);
-        if (!number) return;
-        number_ = *number;
-        if (onNumber) onNumber(number_);
-    });
+    connect(this, &QLineEdit::textChanged, this, &PortField::takeNumber);
     connect(this, &QLineEdit::editingFinished, this, &PortField::showNumber);
     showNumber();
+}
+
+void PortField::takeNumber(const QString& text) {
+    const auto number = parseNumber(text);
+    if (number) {
+        number_ = *number;
+        if (onNumber) onNumber(number_);
+    } else if (!isModified()) {
+        // Not by typing, and so without an end of the editing: by assistive technology.
+        showNumber();
+    }
 }
 
 void PortField::setNumber(std::int64_t number) {
@@ -69,6 +76,7 @@ void PortField::showNumber() {
     QLocale locale;
     locale.setNumberOptions(QLocale::OmitGroupSeparator);
     const QString text = locale.toString(qlonglong(number_));
+    const QSignalBlocker nothingIsEdited(this);
     if (this->text() != text) setText(text);
 }
 

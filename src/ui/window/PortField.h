@@ -16,13 +16,14 @@ class PortField final : public QLineEdit {
     /// Leaves the text alone if the number is unchanged.
     void setNumber(std::int64_t number);
 
-    /// Called with every number that the user types.
+    /// Called with every number that the user enters, in whatever way.
     std::function<void(std::int64_t number)> onNumber;
 
   protected:
     void changeEvent(QEvent* event) override;
 
   private:
+    void takeNumber(const QString& text);
     void showNumber();
 
     std::int64_t number_ = 0;

@@ -6,6 +6,7 @@
 
 #include <QGridLayout>
 #include <QLabel>
+#include <QSignalBlocker>
 #include <QVBoxLayout>
 
 namespace quorvel::ui {
@@ -16,8 +17,21 @@ constexpr int fieldWidth = 90;
 
 /// Does not move the cursor if the text is unchanged.
 void showIn(QLineEdit& field, const std::string& text) {
+    const QSignalBlocker nothingIsEdited(field);
     const auto shown = QString::fromStdString(text);
     if (field.text() != shown) field.setText(shown);
+}
+
+void showIn(QCheckBox& box, bool isOn) {
+    const QSignalBlocker nothingIsEdited(box);
+    box.setChecked(isOn);
+}
+
+QLabel* labelOf(QWidget* field, const char* text) {
+    auto* label = plainLabel(text, field->parentWidget());
+    // Screen readers name a picker by its label alone.
+    label->setBuddy(field);
+    return label;
 }
 
 } // namespace
@@ -36,7 +50,6 @@ ServerGroup::ServerGroup(std::shared_ptr<model::ServerModel> model, QWidget* par
 
 void ServerGroup::nameFields() {
     serverType_->setObjectName("serverType");
-    serverType_->setAccessibleName("Serve as");
     port_->setObjectName("port");
     port_->setAccessibleName("Port");
     port_->setPlaceholderText("Port");
@@ -50,15 +63,16 @@ void ServerGroup::nameFields() {
     password_->setPlaceholderText("Password");
 }
 
+// Also what assistive technology or an input method changes, not only typing and clicking.
 void ServerGroup::storeEdits() {
     auto& model = *model_;
     serverType_->offer(model::allServerTypes,
                        [&model](model::ServerType type) { model.setServerType(type); });
     port_->onNumber = [&model](std::int64_t number) { model.setPort(number); };
-    connect(useAuth_, &QCheckBox::clicked, this, [&model](bool on) { model.setUseAuth(on); });
-    connect(username_, &QLineEdit::textEdited, this,
+    connect(useAuth_, &QCheckBox::toggled, this, [&model](bool on) { model.setUseAuth(on); });
+    connect(username_, &QLineEdit::textChanged, this,
             [&model](const QString& text) { model.setUsername(text.toStdString()); });
-    connect(password_, &QLineEdit::textEdited, this,
+    connect(password_, &QLineEdit::textChanged, this,
             [&model](const QString& text) { model.setPassword(text.toStdString()); });
 }
 
@@ -66,9 +80,9 @@ void ServerGroup::arrange() {
     auto* choices = new QGridLayout;
     choices->setHorizontalSpacing(12);
     choices->setVerticalSpacing(12);
-    choices->addWidget(plainLabel("Serve as", this), 0, 0);
+    choices->addWidget(labelOf(serverType_, "Serve as"), 0, 0);
     choices->addWidget(serverType_, 0, 1, Qt::AlignLeft);
-    choices->addWidget(plainLabel("Port", this), 1, 0);
+    choices->addWidget(labelOf(port_, "Port"), 1, 0);
     choices->addWidget(port_, 1, 1, Qt::AlignLeft);
     choices->setColumnStretch(1, 1);
     port_->setFixedWidth(fieldWidth);
@@ -86,7 +100,7 @@ void ServerGroup::arrange() {
 void ServerGroup::refresh() {
     serverType_->select(model_->serverType());
     port_->setNumber(model_->port());
-    useAuth_->setChecked(model_->useAuth());
+    showIn(*useAuth_, model_->useAuth());
     showIn(*username_, model_->username());
     showIn(*password_, model_->password());
     username_->setEnabled(model_->useAuth());
