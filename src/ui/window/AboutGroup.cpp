@@ -1,6 +1,7 @@
 #include "ui/window/AboutGroup.h"
 
 #include "ui/window/Appearance.h"
+#include "ui/window/Contrast.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -19,15 +20,16 @@ class TintedBadge final : public QWidget {
     void paintEvent(QPaintEvent*) override {
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
-        QColor background = accentColor(palette());
+        const QColor accent = accentColor(palette());
+        QColor background = accent;
         background.setAlphaF(0.1F);
         painter.setPen(Qt::NoPen);
         painter.setBrush(background);
         painter.drawRoundedRect(rect(), radius, radius);
         constexpr int margin = (side - iconSize) / 2;
-        painter.drawPixmap(
-            margin, margin,
-            tintedPixmap("drive-connected", iconSize, devicePixelRatioF(), accentColor(palette())));
+        const QColor tint = legibleOn(accent, {palette().color(QPalette::Window)});
+        painter.drawPixmap(margin, margin,
+                           tintedPixmap("drive-connected", iconSize, devicePixelRatioF(), tint));
     }
 
   private:

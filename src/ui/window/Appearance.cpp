@@ -23,18 +23,16 @@ QLabel* plainLabel(const QString& text, QWidget* parent) {
     return label;
 }
 
-QColor accentColor(const QPalette& palette) {
-    return palette.color(QPalette::Active, QPalette::Highlight);
+QString literalTip(const QString& text) {
+    constexpr int piece = 40; // characters; names may be longer than a screen is wide
+    QString broken = text;
+    for (qsizetype at = piece; at < broken.size(); at += piece + 1)
+        broken.insert(at, QChar(0x200B)); // zero-width space
+    return "<p style='white-space:pre-wrap'>" + broken.toHtmlEscaped() + "</p>";
 }
 
-QPalette secondaryTextPalette(const QPalette& palette) {
-    QPalette secondary;
-    for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
-        QColor color = palette.color(group, QPalette::WindowText);
-        if (group != QPalette::Disabled) color.setAlphaF(0.6F);
-        secondary.setColor(group, secondaryText, color);
-    }
-    return secondary;
+QColor accentColor(const QPalette& palette) {
+    return palette.color(QPalette::Active, QPalette::Highlight);
 }
 
 QPixmap tintedPixmap(const char* name, int size, double pixelRatio, const QColor& color) {

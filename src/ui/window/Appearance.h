@@ -27,14 +27,14 @@ QFont scaledFont(const QFont& font, double size, QFont::Weight weight = QFont::N
 /// A label that shows the text literally, never as rich text.
 QLabel* plainLabel(const QString& text, QWidget* parent);
 
+/// A tool tip that shows the text literally, never as rich text, and breaks it anywhere.
+QString literalTip(const QString& text);
+
 /// The accent colour: the desktop's highlight colour.
 QColor accentColor(const QPalette& palette);
 
 /// The colour role of less prominent text.
 inline constexpr QPalette::ColorRole secondaryText = QPalette::PlaceholderText;
-
-/// A palette of that role alone, derived from the window text: some dark desktops leave it black.
-QPalette secondaryTextPalette(const QPalette& palette);
 
 /// One of the program's icons (":/icons/<name>.svg") in a single colour; the size is in
 /// device-independent pixels.

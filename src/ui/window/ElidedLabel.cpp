@@ -1,5 +1,7 @@
 #include "ui/window/ElidedLabel.h"
 
+#include "ui/window/Appearance.h"
+
 #include <QHelpEvent>
 #include <QPainter>
 #include <QStyle>
@@ -23,9 +25,7 @@ QString ElidedLabel::shownText() const {
 bool ElidedLabel::event(QEvent* event) {
     if (event->type() != QEvent::ToolTip) return QLabel::event(event);
     if (shownText() == text()) return true;
-    // Without markup of its own a folder's name such as "<b>" would be taken for rich text.
-    const QString tip = "<p style='white-space:pre'>" + text().toHtmlEscaped() + "</p>";
-    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), tip, this);
+    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), literalTip(text()), this);
     return true;
 }
 

@@ -4,7 +4,6 @@
 #include "ui/window/Picker.h"
 
 #include <QEvent>
-#include <QFontDatabase>
 #include <QHBoxLayout>
 #include <QIcon>
 #include <QLabel>
@@ -14,7 +13,6 @@ namespace quorvel::ui {
 
 namespace {
 
-constexpr int infoHeight = 84;
 constexpr int pickerWidth = 220;
 constexpr int iconSize = 16;
 
@@ -33,30 +31,15 @@ QIcon icon(const char* name, const QWidget& widget) {
 InfoGroup::InfoGroup(std::shared_ptr<model::ServerModel> model,
                      std::shared_ptr<model::CopyAction> copyAction, QWidget* parent)
     : QGroupBox("Info", parent), model_(std::move(model)), copyAction_(std::move(copyAction)),
-      infoText_(new QPlainTextEdit(this)), copyRow_(new QWidget(this)),
-      copyFormat_(new Picker(copyRow_)), copyButton_(new QPushButton(copyRow_)) {
-    prepareInfoText();
+      infoText_(new InfoText(this)), copyRow_(new QWidget(this)), copyFormat_(new Picker(copyRow_)),
+      copyButton_(new QPushButton(copyRow_)) {
     prepareCopyRow();
     arrange();
-}
-
-void InfoGroup::prepareInfoText() {
-    infoText_->setObjectName("infoText");
-    infoText_->setAccessibleName("Info");
-    infoText_->setReadOnly(true);
-    infoText_->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    infoText_->setTabChangesFocus(true);
-    infoText_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    infoText_->setFixedHeight(infoHeight);
-    QFont mono = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-    mono.setPointSizeF(scaledFont(font(), textSize::callout).pointSizeF());
-    infoText_->setFont(mono);
 }
 
 void InfoGroup::prepareCopyRow() {
     copyRow_->setObjectName("copyRow");
     copyFormat_->setObjectName("copyFormat");
-    copyFormat_->setAccessibleName("Copy format");
     copyFormat_->setMaximumWidth(pickerWidth);
     copyFormat_->offer(model::allCopyFormats, [action = copyAction_](model::CopyFormat format) {
         action->chooseFormat(format);
@@ -75,7 +58,9 @@ void InfoGroup::arrange() {
     auto* row = new QHBoxLayout(copyRow_);
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(8);
-    row->addWidget(plainLabel("Copy", copyRow_));
+    auto* label = plainLabel("Copy", copyRow_);
+    label->setBuddy(copyFormat_); // screen readers name a picker by its label alone
+    row->addWidget(label);
     row->addWidget(copyFormat_, 1);
     row->addWidget(copyButton_);
     row->addStretch();
@@ -90,8 +75,7 @@ void InfoGroup::arrange() {
 void InfoGroup::refresh() {
     const auto text = model_->infoText().empty() ? QStringLiteral("Server is stopped.")
                                                  : QString::fromStdString(model_->infoText());
-    // Setting the same text again would clear the selection.
-    if (infoText_->toPlainText() != text) infoText_->setPlainText(text);
+    infoText_->show(text, model_->state().kind == model::State::Case::failed);
     copyFormat_->select(model_->copyFormat());
     copyRow_->setEnabled(!model_->primaryURL().empty());
     refreshCopyLabel();
@@ -103,13 +87,16 @@ void InfoGroup::refreshCopyLabel() {
 }
 
 void InfoGroup::showCopyLabel(const char* iconName, const char* text) {
+    if (copyButton_->text() == text) return;
     copyButton_->setText(text);
     copyButton_->setIcon(icon(iconName, *copyButton_));
 }
 
 void InfoGroup::changeEvent(QEvent* event) {
     QGroupBox::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange) refreshCopyLabel();
+    if (event->type() != QEvent::PaletteChange) return;
+    copyButton_->setText({});
+    refreshCopyLabel();
 }
 
 } // namespace quorvel::ui

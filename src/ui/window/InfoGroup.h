@@ -2,9 +2,9 @@
 
 #include "model/CopyAction.h"
 #include "model/ServerModel.h"
+#include "ui/window/InfoText.h"
 
 #include <QGroupBox>
-#include <QPlainTextEdit>
 #include <QPushButton>
 
 namespace quorvel::ui {
@@ -22,7 +22,6 @@ class InfoGroup final : public QGroupBox {
     void changeEvent(QEvent* event) override;
 
   private:
-    void prepareInfoText();
     void prepareCopyRow();
     void arrange();
     void refreshCopyLabel();
@@ -30,7 +29,7 @@ class InfoGroup final : public QGroupBox {
 
     const std::shared_ptr<model::ServerModel> model_;
     const std::shared_ptr<model::CopyAction> copyAction_;
-    QPlainTextEdit* infoText_;
+    InfoText* infoText_;
     QWidget* copyRow_;
     Picker* copyFormat_;
     QPushButton* copyButton_;

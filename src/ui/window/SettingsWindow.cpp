@@ -2,19 +2,25 @@
 
 #include "ui/window/AboutGroup.h"
 #include "ui/window/Appearance.h"
+#include "ui/window/Contrast.h"
 #include "ui/window/FolderGroup.h"
 #include "ui/window/InfoGroup.h"
 #include "ui/window/ServerGroup.h"
 #include "ui/window/StartButton.h"
 
 #include <QAbstractButton>
+#include <QAccessible>
 #include <QCloseEvent>
 #include <QGroupBox>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QScreen>
+#include <QScrollBar>
 #include <QVBoxLayout>
+#include <QWindow>
+#include <algorithm>
+#include <utility>
 
 namespace quorvel::ui {
 
@@ -23,6 +29,9 @@ namespace {
 constexpr int windowWidth = 460;
 constexpr int padding = 20;
 constexpr int spacing = 16;
+
+// Until the window manager has made one; a window as high as the screen may not get any.
+constexpr QMargins likelyFrame(2, 40, 2, 2);
 
 bool isReturn(const QEvent& event) {
     if (event.type() != QEvent::KeyPress && event.type() != QEvent::KeyRelease) return false;
@@ -36,14 +45,16 @@ SettingsWindow::SettingsWindow(std::shared_ptr<model::ServerModel> model,
                                std::shared_ptr<model::CopyAction> copyAction,
                                const QString& version)
     : model_(std::move(model)), copyAction_(std::move(copyAction)),
-      folder_(new FolderGroup(model_, this)), server_(new ServerGroup(model_, this)),
-      startButton_(new StartButton(model_, this)), info_(new InfoGroup(model_, copyAction_, this)) {
+      scrollArea_(new QScrollArea(this)), content_(new QWidget(this)),
+      folder_(new FolderGroup(model_, content_)), server_(new ServerGroup(model_, content_)),
+      startButton_(new StartButton(model_, content_)),
+      info_(new InfoGroup(model_, copyAction_, content_)) {
     setWindowTitle("Quorvel Server");
     // Window managers keep dialogs out of their task lists and do not minimise them.
     setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                    Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint |
                    Qt::WindowCloseButtonHint);
-    setPalette(secondaryTextPalette(palette()));
+    setPalette(legiblePalette(palette()));
     arrange(version);
     leaveReturnToTheWindow();
     subscription_ = model_->onChange([this] { refresh(); });
@@ -56,11 +67,11 @@ SettingsWindow::~SettingsWindow() {
 }
 
 void SettingsWindow::arrange(const QString& version) {
-    auto* heading = plainLabel("Folder Server", this);
+    auto* heading = plainLabel("Folder Server", content_);
     heading->setFont(scaledFont(heading->font(), textSize::title, QFont::Bold));
     heading->setFixedWidth(windowWidth - 2 * padding);
 
-    auto* stack = new QVBoxLayout(this);
+    auto* stack = new QVBoxLayout(content_);
     stack->setContentsMargins(padding, padding, padding, padding);
     stack->setSpacing(spacing);
     stack->setSizeConstraint(QLayout::SetFixedSize);
@@ -69,16 +80,45 @@ void SettingsWindow::arrange(const QString& version) {
     stack->addWidget(server_);
     stack->addWidget(startButton_);
     stack->addWidget(info_);
-    stack->addWidget(new AboutGroup(version, this));
+    stack->addWidget(new AboutGroup(version, content_));
+
+    scrollArea_->setFrameShape(QFrame::NoFrame);
+    scrollArea_->setFocusPolicy(Qt::NoFocus);
+    scrollArea_->setWidget(content_);
+    scrollArea_->viewport()->setAutoFillBackground(false);
+    content_->setAutoFillBackground(false);
+    content_->installEventFilter(this);
+    auto* whole = new QVBoxLayout(this);
+    whole->setContentsMargins({});
+    whole->addWidget(scrollArea_);
 }
 
 void SettingsWindow::refresh() {
     // The focus must not stay on a control that is about to be disabled.
-    if (model_->state().isActive() && focusIsOnASetting()) startButton_->setFocus();
+    if (model_->state().isActive() && focusIsOnASetting()) {
+        startButton_->setFocus();
+        scrollArea_->ensureWidgetVisible(startButton_);
+    }
     folder_->refresh();
     server_->refresh();
     startButton_->refresh();
     info_->refresh();
+    if (std::exchange(announced_, model_->state()) != model_->state()) announceState();
+}
+
+// People who do not see the window hear what their start has led to.
+void SettingsWindow::announceState() {
+    using Case = model::State::Case;
+    const auto kind = announced_.kind;
+    const auto status = QString::fromStdString(model_->statusText());
+    if (kind != Case::running && kind != Case::failed) return;
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
+    QAccessibleAnnouncementEvent event(startButton_, status);
+    event.setPoliteness(QAccessible::AnnouncementPoliteness::Assertive);
+#else
+    QAccessibleEvent event(startButton_, QAccessible::Alert);
+#endif
+    QAccessible::updateAccessibility(&event);
 }
 
 bool SettingsWindow::focusIsOnASetting() const {
@@ -92,8 +132,9 @@ void SettingsWindow::reject() {
 
 void SettingsWindow::changeEvent(QEvent* event) {
     QDialog::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange) lookAtFrame();
     if (event->type() == QEvent::ApplicationPaletteChange)
-        setPalette(secondaryTextPalette(QGuiApplication::palette()));
+        setPalette(legiblePalette(QGuiApplication::palette()));
 }
 
 void SettingsWindow::closeEvent(QCloseEvent* event) {
@@ -119,6 +160,10 @@ void SettingsWindow::leaveReturnToTheWindow() {
 }
 
 bool SettingsWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == content_) {
+        if (event->type() == QEvent::Resize) fitToScreen();
+        return false;
+    }
     if (!isReturn(*event)) return QDialog::eventFilter(watched, event);
     event->ignore();
     return true;
@@ -133,8 +178,46 @@ void SettingsWindow::keyPressEvent(QKeyEvent* event) {
 void SettingsWindow::showEvent(QShowEvent* event) {
     QDialog::showEvent(event);
     if (std::exchange(wasPlaced_, true)) return;
+    if (startButton_->isEnabled()) startButton_->setFocus();
+    connect(windowHandle(), &QWindow::screenChanged, this, &SettingsWindow::fitToScreen);
+    connect(screen(), &QScreen::availableGeometryChanged, this, &SettingsWindow::fitToScreen);
+    fitToScreen();
+    place();
+}
+
+void SettingsWindow::moveEvent(QMoveEvent* event) {
+    QDialog::moveEvent(event);
+    lookAtFrame();
+}
+
+// Window managers frame a window when they show it, which no event of its own tells.
+void SettingsWindow::lookAtFrame() {
+    if (!wasPlaced_ || frameIsKnown_ || windowHandle()->frameMargins().isNull()) return;
+    frameIsKnown_ = true;
+    fitToScreen();
+    place();
+}
+
+QMargins SettingsWindow::frameMargins() const {
+    return frameIsKnown_ ? windowHandle()->frameMargins() : likelyFrame;
+}
+
+void SettingsWindow::fitToScreen() {
+    const QSize space = screen()->availableSize().shrunkBy(frameMargins());
+    QSize wanted = content_->size();
+    if (wanted.height() > space.height())
+        wanted.rwidth() += scrollArea_->verticalScrollBar()->sizeHint().width();
+    if (wanted.width() > space.width())
+        wanted.rheight() += scrollArea_->horizontalScrollBar()->sizeHint().height();
+    setFixedSize(wanted.boundedTo(space));
+}
+
+/// In the middle of the screen; never with the title bar, or the left edge, beyond it.
+void SettingsWindow::place() {
     const QRect available = screen()->availableGeometry();
-    move(available.center() - QPoint(width(), height()) / 2);
+    QRect frame(QPoint(), size().grownBy(frameMargins()));
+    frame.moveCenter(available.center());
+    move(std::max(frame.x(), available.x()), std::max(frame.y(), available.y()));
 }
 
 } // namespace quorvel::ui

@@ -4,6 +4,7 @@
 #include "model/ServerModel.h"
 
 #include <QDialog>
+#include <QScrollArea>
 #include <functional>
 
 namespace quorvel::ui {
@@ -37,22 +38,33 @@ class SettingsWindow final : public QDialog {
     void changeEvent(QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void moveEvent(QMoveEvent* event) override;
     void showEvent(QShowEvent* event) override;
 
   private:
     void arrange(const QString& version);
     void leaveReturnToTheWindow();
+    void lookAtFrame();
+    QMargins frameMargins() const;
+    void fitToScreen();
+    void place();
     void refresh();
+    void announceState();
     bool focusIsOnASetting() const;
 
     const std::shared_ptr<model::ServerModel> model_;
     const std::shared_ptr<model::CopyAction> copyAction_;
+    /// Scrolls the content on a screen that is too small for it.
+    QScrollArea* scrollArea_;
+    QWidget* content_;
     FolderGroup* folder_;
     ServerGroup* server_;
     StartButton* startButton_;
     InfoGroup* info_;
     model::Subscription subscription_;
+    model::State announced_;
     bool wasPlaced_ = false;
+    bool frameIsKnown_ = false;
 };
 
 } // namespace quorvel::ui

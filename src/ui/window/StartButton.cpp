@@ -1,6 +1,7 @@
 #include "ui/window/StartButton.h"
 
 #include "ui/window/Appearance.h"
+#include "ui/window/Contrast.h"
 
 #include <QPainter>
 
@@ -11,10 +12,6 @@ namespace {
 constexpr int largeHeight = 36;
 constexpr int radius = 5;
 constexpr QRgb red = 0xffc9302c;
-
-QColor textOn(const QColor& background) {
-    return qGray(background.rgb()) < 160 ? Qt::white : Qt::black;
-}
 
 } // namespace
 
@@ -31,6 +28,7 @@ StartButton::StartButton(std::shared_ptr<model::ServerModel> model, QWidget* par
 void StartButton::refresh() {
     setText(model_->state().isActive() ? "Stop" : "Start");
     setEnabled(!model_->folderPath().empty());
+    setAccessibleDescription(QString::fromStdString(model_->statusText()));
     update();
 }
 
