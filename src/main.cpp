@@ -28,7 +28,8 @@ int run(TerminationSignals& signals, const std::shared_ptr<QtMainQueue>& mainQue
     DesktopApplication desktop(mainQueue);
     instance.onActivate = [&desktop](const QString& token) { desktop.openSettings(token); };
     const auto listening = signals.onSignal([] { QCoreApplication::exit(); });
-    desktop.start();
+    // Launchers give a token to what the user starts, and a session gives none at login.
+    desktop.start(!activationToken.isEmpty() || platform::hasTerminal());
     return QCoreApplication::exec();
 }
 

@@ -3,6 +3,7 @@
 #include <ctime>
 #include <malloc.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace quorvel::platform {
 
@@ -22,6 +23,10 @@ void prepareProcess() {
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
     limit.rlim_cur = limit.rlim_max;
     setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+bool hasTerminal() {
+    return isatty(STDIN_FILENO) == 1;
 }
 
 sigset_t terminationSignals() {

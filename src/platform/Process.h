@@ -10,6 +10,9 @@ namespace quorvel::platform {
 /// given back to the system (mallopt(3)).
 void prepareProcess();
 
+/// Whether somebody may have started this process by typing its name.
+bool hasTerminal();
+
 /// SIGTERM and SIGINT, by which a session or a user ends a program.
 sigset_t terminationSignals();
 

@@ -2,16 +2,23 @@
 
 #include "model/CopyAction.h"
 #include "platform/files/SettingsFile.h"
+#include "ui/desktop/MenuText.h"
 #include "ui/desktop/QtPasteboard.h"
 
 #include <QApplication>
 #include <QCursor>
 #include <QWindow>
+#include <chrono>
 #include <utility>
 
 namespace quorvel::ui {
 
 namespace {
+
+using namespace std::chrono_literals;
+
+// What a desktop's panel may take longer to start than a program that starts with it.
+constexpr auto trayPatience = 4s;
 
 bool drawsOwnPopups() {
     return QGuiApplication::platformName() == "xcb";
@@ -51,23 +58,23 @@ DesktopApplication::DesktopApplication(std::shared_ptr<model::MainQueue> mainQue
 
 DesktopApplication::~DesktopApplication() = default;
 
-void DesktopApplication::start() {
-    trayWatcher_.start();
+void DesktopApplication::start(bool isAwaited) {
+    const bool isNewcomer = model_->folderPath().empty();
+    trayWatcher_.start(isAwaited || isNewcomer ? 0ms : trayPatience);
 }
 
 void DesktopApplication::trayChanged(TrayKind kind) {
     tray_ = kind;
-    if (tray_ == TrayKind::none) {
-        if (!window_ || !window_->isVisible()) openSettings();
-        return;
-    }
-    if (!icon_) makeTrayIcon();
+    if (tray_ != TrayKind::none && !icon_) makeTrayIcon();
+    const bool isFirst = !std::exchange(hasStarted_, true);
+    const bool isNewcomer = isFirst && model_->folderPath().empty();
+    if (tray_ != TrayKind::none && !isNewcomer) return;
+    if (!window_ || !window_->isVisible()) openSettings();
 }
 
 void DesktopApplication::makeTrayIcon() {
     menu_ = std::make_unique<TrayMenu>(model_, actions_, MenuDrawnBy::ourselves);
     icon_ = std::make_unique<QSystemTrayIcon>();
-    icon_->setToolTip("Quorvel Server");
     if (tray_ == TrayKind::statusNotifier) {
         hostMenu_ = std::make_unique<TrayMenu>(model_, actions_, MenuDrawnBy::trayHost);
         icon_->setContextMenu(hostMenu_.get());
@@ -90,7 +97,9 @@ void DesktopApplication::leftClicked() {
 
 void DesktopApplication::refreshIcon() {
     if (!icon_) return;
+    icon_->setToolTip(shortStatus(model_->statusText()));
     const bool running = model_->state().kind == model::State::Case::running;
+    if (std::exchange(shownAsRunning_, running) == running) return;
     icon_->setIcon(running ? runningIcon_ : idleIcon_);
 }
 

@@ -9,6 +9,7 @@
 #include <QIcon>
 #include <QSystemTrayIcon>
 #include <memory>
+#include <optional>
 
 namespace quorvel::ui {
 
@@ -20,8 +21,10 @@ class DesktopApplication final : public QObject {
     explicit DesktopApplication(std::shared_ptr<model::MainQueue> mainQueue);
     ~DesktopApplication() override;
 
-    /// Shows the icon if the desktop has a tray, otherwise the window.
-    void start();
+    /// Shows the icon if the desktop has a tray, otherwise the window; to newcomers, who have no
+    /// folder yet, the window in any case. If nobody waits for it, as at login, a tray has a few
+    /// seconds to come.
+    void start(bool isAwaited);
 
     /// Brings the window to the front; the first call creates it.
     void openSettings(const QString& activationToken = {});
@@ -37,6 +40,8 @@ class DesktopApplication final : public QObject {
     const std::shared_ptr<QtFolderChooser> folderChooser_;
     const std::shared_ptr<model::ServerModel> model_;
     const MenuActions actions_;
+    bool hasStarted_ = false;
+    std::optional<bool> shownAsRunning_;
     const QIcon idleIcon_;
     const QIcon runningIcon_;
 

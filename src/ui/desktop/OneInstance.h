@@ -14,9 +14,9 @@ namespace quorvel::ui {
 /// there is none. Must be called before Qt removes it from the environment.
 QString givenActivationToken();
 
-/// Keeps to one running program per session: the owner of a lock file in the runtime folder, because
-/// a session bus may be missing or die, and of the D-Bus name, by which desktops activate it. Main
-/// thread only.
+/// Keeps to one running program per session: the owner of a lock file in the runtime folder,
+/// because a session bus may be missing or die, and of the D-Bus name, by which desktops activate
+/// it. Main thread only.
 class OneInstance final : public QObject {
   public:
     /// Called when the program is started again or activated over D-Bus

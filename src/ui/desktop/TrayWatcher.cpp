@@ -18,7 +18,7 @@ constexpr auto watcherPath = "/StatusNotifierWatcher";
 constexpr int patience = 1000; // milliseconds
 
 /// A panel that restarts after a crash or an update takes about this long.
-constexpr auto toleratedAbsence = 3s;
+constexpr std::chrono::milliseconds toleratedAbsence = 3s;
 
 QDBusPendingCall askForHost() {
     auto call = QDBusMessage::createMethodCall(watcherName, watcherPath,
@@ -32,12 +32,12 @@ QDBusPendingCall askForHost() {
 
 TrayWatcher::TrayWatcher() {
     absence_.setSingleShot(true);
-    absence_.setInterval(toleratedAbsence);
     connect(&absence_, &QTimer::timeout, this, [this] { report(TrayKind::none); });
     x11_.onTrayChange = [this] { look(); };
 }
 
-void TrayWatcher::start() {
+void TrayWatcher::start(std::chrono::milliseconds patience) {
+    patience_ = patience;
     if (QDBusConnection::sessionBus().isConnected()) watchHosts();
     look();
 }
@@ -67,8 +67,10 @@ void TrayWatcher::look() {
 void TrayWatcher::found(TrayKind kind) {
     if (settled_ == TrayKind::none) settled_ = kind;
     if (kind != settled_) kind = TrayKind::none;
-    if (!reported_ || kind != TrayKind::none) return report(kind);
-    if (kind_ != TrayKind::none && !absence_.isActive()) absence_.start();
+    if (kind != TrayKind::none) return report(kind);
+    const auto tolerated = reported_ ? toleratedAbsence : patience_;
+    if (tolerated == 0ms) return report(kind);
+    if (!absence_.isActive() && !(reported_ && kind_ == TrayKind::none)) absence_.start(tolerated);
 }
 
 void TrayWatcher::report(TrayKind kind) {

@@ -4,6 +4,7 @@
 
 #include <QObject>
 #include <QTimer>
+#include <chrono>
 #include <functional>
 
 namespace quorvel::ui {
@@ -21,12 +22,13 @@ class TrayWatcher final : public QObject {
     Q_OBJECT
 
   public:
-    /// Called with the result within a second of `start`, then after every change. A tray that
-    /// comes back within a few seconds does not count as a change.
+    /// Called with the result of `start`, then after every change. A tray that comes back within a
+    /// few seconds does not count as a change.
     std::function<void(TrayKind kind)> onChange;
 
     TrayWatcher();
-    void start();
+    /// The result comes within a second; that there is no tray, when the patience has ended too.
+    void start(std::chrono::milliseconds patience);
 
   private Q_SLOTS:
     void look();
@@ -38,6 +40,7 @@ class TrayWatcher final : public QObject {
 
     X11Desktop x11_;
     QTimer absence_;
+    std::chrono::milliseconds patience_{};
     bool reported_ = false;
     TrayKind kind_ = TrayKind::none;
     /// The first kind found; Qt cannot change to another.
