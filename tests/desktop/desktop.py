@@ -25,7 +25,7 @@ def fetch(url):
 class Desktop:
     """Registers with `cleanup` the end of all that it starts. Starts no session bus."""
 
-    def __init__(self, cleanup, size="1024x768", **environment):
+    def __init__(self, cleanup, size="1024x768", manager="openbox", **environment):
         self.cleanup = cleanup
         home = tempfile.TemporaryDirectory(prefix="quorvel-desktop-", ignore_cleanup_errors=True)
         cleanup(home.cleanup)
@@ -43,15 +43,19 @@ class Desktop:
         }
         for name in ("WAYLAND_DISPLAY", "XAUTHORITY", "QT_SCALE_FACTOR_ROUNDING_POLICY"):
             self.environment.pop(name, None)
-        self.start_screen(size)
+        self.start_screen(size, manager)
 
-    def start_screen(self, size):
+    def start_screen(self, size, manager):
         # -r: a key must not repeat, however late a busy machine releases it.
         screen = ["-screen", "0", f"{size}x24", "-r", "-noreset", "-nolisten", "tcp"]
         self.environment["DISPLAY"] = ":" + self.start_ready("Xvfb", *screen, "-displayfd")
         # The first key switches to another keyboard, at which a running window manager releases its
         # shortcuts for a moment.
         self.keys("Shift_L")
+        if manager != "openbox":
+            self.start(manager)
+            managed = lambda: self.run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK")
+            return eventually(lambda: "0x" in managed())
         # Windows mapped before openbox runs its command may stay unmanaged.
         runs = self.home / "openbox-runs"
         self.start("openbox", "--sm-disable", "--startup", f"touch {runs}")
@@ -88,7 +92,7 @@ class Desktop:
         return self.start(SERVER)
 
     def start_tray(self):
-        place = "--edge top --align right --widthtype request --height 28".split()
+        place = "--edge top --align right --widthtype request --height 28 --SetPartialStrut true".split()
         return self.start("trayer", *place, "--SetDockType", "true", "--expand", "true")
 
     def has_tray(self):
@@ -122,14 +126,22 @@ class Desktop:
     def icons_and_menus(self):
         return self.shown()[1]
 
+    def place(self, window, *options):
+        """Left, top, width and height."""
+        text = self.run("xwininfo", "-id", window, *options)
+        found = re.findall(r"^ *(?:Absolute .*|Width|Height): +(-?\d+)$", text, re.MULTILINE)
+        return tuple(map(int, found or "0000"))
+
     def icon_or_menu_at(self, x, y):
         for window in map(str, self.icons_and_menus()):
-            text = self.run("xwininfo", "-id", window)
-            found = re.findall(r"^ *(?:Absolute .*|Width|Height): +(-?\d+)$", text, re.MULTILINE)
-            left, top, width, height = map(int, found or "0000")
+            left, top, width, height = self.place(window)
             if left <= x < left + width and top <= y < top + height:
                 return window
         return None
+
+    def frame_is_within(self, window, left, top, right, bottom):
+        x, y, width, height = self.place(window, "-frame")
+        return left <= x and top <= y and x + width <= right and y + height <= bottom
 
     def window(self, name=TITLE):
         """Returns the window once it is visible and focused."""

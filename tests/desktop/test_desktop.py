@@ -3,7 +3,7 @@
 import signal
 import unittest
 
-from desktop import OnADesktop, fetch
+from desktop import Desktop, OnADesktop, fetch
 from served import eventually, free_port
 
 PANEL = "Choose a folder to share."
@@ -39,7 +39,10 @@ class InATray(OnADesktop):
 
     def test_shares_over_http_and_then_over_ftp(self):
         desktop = self.desktop
-        program = self.start_in_tray()
+        program = desktop.start_server()
+        desktop.window()  # shows itself to newcomers
+        desktop.keys("Escape")
+        desktop.gone()
         self.choose("3", "Down", "Down", "Return")
         window = desktop.window()
 
@@ -111,6 +114,26 @@ class WithoutATray(OnADesktop):
         self.assert_serves(url)
         program.send_signal(signal.SIGTERM)
         self.assert_ended(program)
+
+class OnASmallScreen(unittest.TestCase):
+    def test_the_whole_window_with_its_frame_can_be_reached(self):
+        settings = {"QT_SCALE_FACTOR": "1.5"}, {"QT_FONT_DPI": "128"}, {"QT_FONT_DPI": "160"}
+        sizes = (1024, 600), (1280, 720), (1366, 768)
+        for manager, (width, height), setting in [
+            *zip(["openbox"] * 3, sizes, settings),
+            *zip(["icewm"] * 3, sizes, settings[::-1]),
+        ]:
+            with self.subTest(manager=manager, width=width, **setting):
+                size = f"{width}x{height}"
+                desktop = Desktop(self.addCleanup, size, manager, **setting)
+                top = 0
+                if manager == "openbox":
+                    desktop.start_tray()
+                    eventually(desktop.has_tray)
+                    top = 28
+                desktop.start_server()
+                window = eventually(desktop.windows)[0]
+                eventually(lambda: desktop.frame_is_within(window, 0, top, width, height))
 
 
 if __name__ == "__main__":

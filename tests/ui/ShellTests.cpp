@@ -19,6 +19,19 @@ TEST(MenuTextTests, ShowsEveryCharacter) {
     }
 }
 
+TEST(MenuTextTests, CutsALongLoginAndNeverTheAddress) {
+    const std::string end = "@192.168.1.20:8080/";
+    const std::string user(30, 'u');
+    for (const auto& [login, shown] : {std::pair{user, user}, std::pair{user + ":" + user, user}})
+        for (const std::string scheme : {"Serving http://", "Serving ftp://"}) {
+            const auto text = shortStatus(scheme + login + end).toStdString();
+            EXPECT_EQ(text.substr(0, scheme.size() + 20), scheme + shown.substr(0, 20));
+            EXPECT_TRUE(text.ends_with(shown.substr(0, 20) + end)) << text;
+            EXPECT_LE(text.size(), scheme.size() + 43 + end.size());
+        }
+    EXPECT_EQ(shortStatus("Error: no @ here"), "Error: no @ here");
+}
+
 TEST(QtMainQueueTests, RunsInOrderOnTheMainThreadAndNeverInTheCall) {
     QtMainQueue queue;
     const auto mainThread = std::this_thread::get_id();

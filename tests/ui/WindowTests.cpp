@@ -1,11 +1,15 @@
 #include "model/ModelFixture.h"
 #include "ui/desktop/DesktopApplication.h"
+#include "ui/window/Appearance.h"
+#include "ui/window/Contrast.h"
 #include "ui/window/Picker.h"
 
+#include <QAccessible>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTest>
 #include <QWheelEvent>
 
@@ -34,6 +38,17 @@ class Window : public model::ModelFixture {
         return child(name).property("text").toString().toStdString();
     }
 
+    QAccessibleInterface& accessible(const QString& name) const {
+        return *QAccessible::queryAccessibleInterface(&child(name.toUtf8()));
+    }
+
+    /// What a screen reader says: the label's text, or else the control's own name.
+    QString spokenName(const QString& name) const {
+        for (const auto& [label, relation] : accessible(name).relations(QAccessible::Label))
+            if (label->role() == QAccessible::StaticText) return label->text(QAccessible::Name);
+        return accessible(name).text(QAccessible::Name);
+    }
+
     /// Replaces the field's text as the user does by typing, without finishing the editing.
     void type(const char* field, const QString& text) const {
         auto& edit = child(field);
@@ -55,6 +70,8 @@ class Window : public model::ModelFixture {
             if (child(name).isEnabled()) names += std::string(" ") + name;
         EXPECT_EQ(names, enabled);
         EXPECT_EQ(child<QPlainTextEdit>("infoText").toPlainText().toStdString(), info);
+        EXPECT_EQ(accessible("startButton").text(QAccessible::Description).toStdString(),
+                  model_->statusText());
     }
 
     std::shared_ptr<model::ServerModel> model_;
@@ -113,6 +130,24 @@ TEST_F(Window, StoresEveryEditAtOnceAndKeepsALoginThatIsNotAskedFor) {
     EXPECT_EQ(text("username") + text("password"), "bö bs3cret");
 }
 
+TEST_F(Window, StoresWhatAssistiveTechnologyChanges) {
+    using Values = platform::SettingsStore::Values;
+    open(makeModel());
+    accessible("useAuth").actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+    child<Picker>("serverType").setCurrentIndex(1);
+    for (const auto& [field, text] :
+         {std::pair{"username", "bob"}, std::pair{"password", "s3cret"}, std::pair{"port", "2121"}})
+        accessible(field).setText(QAccessible::Value, text);
+    const Values stored{{"server.username", "bob"s},
+                        {"server.password", "s3cret"s},
+                        {"server.type", "FTP"s},
+                        {"server.port", std::int64_t{2121}},
+                        {"server.useAuth", true}};
+    EXPECT_EQ(store_->values(), stored);
+    accessible("port").setText(QAccessible::Value, "");
+    EXPECT_EQ(text("port"), "2121") << "what is shown is what is stored";
+}
+
 TEST_F(Window, TakesAnyNumberAsPortAndLeavesItsJudgementToTheStart) {
     struct Case {
         const char *typed, *whileEditing;
@@ -140,7 +175,8 @@ TEST_F(Window, StartsAndStopsWithReturnFromEverywhere) {
     const model::State stopped{};
     const model::State starting{model::State::Case::starting};
     open(makeStartable());
-    for (const auto* name : {"chooseButton", "serverType", "port", "useAuth", "infoText"}) {
+    for (const auto* name :
+         {"startButton", "chooseButton", "serverType", "port", "useAuth", "infoText"}) {
         child(name).setFocus();
         QTest::keyClick(&child(name), Qt::Key_Return);
         EXPECT_EQ(model_->state(), starting) << name;
@@ -189,19 +225,85 @@ TEST_F(Window, StaysAsWideAsItIs) {
 
 TEST_F(Window, LeadsTheKeyboardFromTopToBottomAndNamesEveryStop) {
     open(makeModel());
-    QStringList names;
+    QStringList stops;
     const QWidget* widget = window_.get();
-    while ((widget = widget->nextInFocusChain()) != window_.get()) {
-        if ((widget->focusPolicy() & Qt::TabFocus) == 0 || !widget->isVisible()) continue;
-        names << widget->objectName();
-        const auto* button = qobject_cast<const QPushButton*>(widget);
-        EXPECT_TRUE(button != nullptr || !widget->accessibleName().isEmpty())
-            << qPrintable(names.last());
+    while ((widget = widget->nextInFocusChain()) != window_.get())
+        if ((widget->focusPolicy() & Qt::TabFocus) != 0 && widget->isVisible())
+            stops << widget->objectName() + ": " + spokenName(widget->objectName());
+    const QStringList expected{"chooseButton: Choose…",
+                               "serverType: Serve as",
+                               "port: Port",
+                               "useAuth: Require username & password",
+                               "username: Username",
+                               "password: Password",
+                               "startButton: Start",
+                               "infoText: Info",
+                               "copyFormat: Copy",
+                               "copyButton: Copy"};
+    EXPECT_EQ(stops, expected) << stops.join('\n').toStdString();
+}
+
+TEST_F(Window, IsLegibleInEveryPalette) {
+    using Colors = std::array<QRgb, 6>; // window, its text, base, button, accent, disabled text
+    const std::map<std::string, Colors> palettes{
+        {"light", {0xffefefef, 0xff000000, 0xffffffff, 0xffefefef, 0xff308cc6, 0xffbebebe}},
+        {"dark", {0xff31363b, 0xffeff0f1, 0xff232629, 0xff31363b, 0xff3daee9, 0xff6e7173}},
+        {"grey", {0xff808080, 0xff000000, 0xff909090, 0xff888888, 0xff3584e4, 0xff8a8a8a}},
+        {"yellow accent", {0xfffafafa, 0xff2e3436, 0xffffffff, 0xffededed, 0xfff5c211, 0xffd0d0d0}},
+        {"high contrast",
+         {0xff000000, 0xffffffff, 0xff000000, 0xff000000, 0xff00ff00, 0xff303030}}};
+    for (const auto& [name, values] : palettes) {
+        std::array<QColor, 6> colors;
+        std::ranges::copy(values, colors.begin());
+        QPalette palette(colors[1], colors[3], Qt::white, Qt::black, Qt::gray, colors[1],
+                         colors[2]);
+        palette.setColor(QPalette::Window, colors[0]);
+        palette.setColor(QPalette::Highlight, colors[4]);
+        for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+            palette.setColor(QPalette::Disabled, role, colors[5]);
+        QApplication::setPalette(palette);
+        open(makeStartable());
+        for (const auto group : {QPalette::Active, QPalette::Disabled}) {
+            const auto of = [&](const char* child, QPalette::ColorRole role) {
+                return this->child(child).palette().color(group, role);
+            };
+            EXPECT_GE(contrast(of("useAuth", QPalette::WindowText), colors[0]), legible) << name;
+            EXPECT_GE(contrast(of("port", QPalette::Text), colors[2]), legible) << name;
+            EXPECT_GE(contrast(of("serverType", QPalette::ButtonText), colors[3]), legible) << name;
+            for (const QColor& background : {colors[0], colors[2]})
+                EXPECT_GE(contrast(of("port", secondaryText), background), legible) << name;
+        }
+        EXPECT_GE(contrast(textOn(colors[4]), colors[4]), legible) << name;
+        EXPECT_GE(contrast(legibleOn(colors[4], {colors[0]}), colors[0]), legible) << name;
     }
-    const QStringList expected{"chooseButton", "serverType", "port",        "useAuth",
-                               "username",     "password",   "startButton", "infoText",
-                               "copyFormat",   "copyButton"};
-    EXPECT_EQ(names, expected) << names.join(' ').toStdString();
+    QApplication::setPalette({});
+    EXPECT_NEAR(contrast(Qt::black, Qt::white), 21, 0.01);
+    EXPECT_NEAR(contrast(QColor(0x77, 0x77, 0x77), Qt::white), 4.48, 0.01);
+}
+
+TEST_F(Window, ShowsFiveWholeLinesHoweverLongAndLargeTheyAre) {
+    for (const double size : {9.0, 11.0, 16.0}) {
+        QFont font = QApplication::font();
+        font.setPointSizeF(size);
+        QApplication::setFont(font);
+        auto model = makeStartable();
+        open(model);
+        auto& info = child<QPlainTextEdit>("infoText");
+        EXPECT_GE(info.height(), 84);
+        EXPECT_TRUE(QFontInfo(info.font()).fixedPitch());
+        model->setUseAuth(true);
+        model->setUsername(std::string(300, 'u'));
+        model->start();
+        becomeReady();
+        EXPECT_TRUE(QTest::qWaitFor([&] { return info.verticalScrollBar()->maximum() == 0; }));
+        EXPECT_GE(info.viewport()->height(), 5 * info.fontMetrics().lineSpacing());
+        EXPECT_GT(info.horizontalScrollBar()->maximum(), 0);
+        EXPECT_EQ(info.horizontalScrollBar()->value(), 0);
+        EXPECT_TRUE(child("errorSign").isHidden());
+        fail("Gone.");
+        EXPECT_FALSE(child("errorSign").isHidden());
+    }
+    QApplication::setFont({});
 }
 
 TEST_F(Window, TellsItsVersion) {
