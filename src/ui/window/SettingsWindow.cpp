@@ -205,10 +205,16 @@ QMargins SettingsWindow::frameMargins() const {
 void SettingsWindow::fitToScreen() {
     const QSize space = screen()->availableSize().shrunkBy(frameMargins());
     QSize wanted = content_->size();
-    if (wanted.height() > space.height())
-        wanted.rwidth() += scrollArea_->verticalScrollBar()->sizeHint().width();
-    if (wanted.width() > space.width())
-        wanted.rheight() += scrollArea_->horizontalScrollBar()->sizeHint().height();
+    const bool isTooHigh = wanted.height() > space.height();
+    if (isTooHigh) wanted.rwidth() += scrollArea_->verticalScrollBar()->sizeHint().width();
+    const bool isTooWide = wanted.width() > space.width();
+    if (isTooWide) wanted.rheight() += scrollArea_->horizontalScrollBar()->sizeHint().height();
+    // Not "as needed": a window may be a pixel smaller than it should be where scales are
+    // fractions.
+    scrollArea_->setVerticalScrollBarPolicy(isTooHigh ? Qt::ScrollBarAlwaysOn
+                                                      : Qt::ScrollBarAlwaysOff);
+    scrollArea_->setHorizontalScrollBarPolicy(isTooWide ? Qt::ScrollBarAlwaysOn
+                                                        : Qt::ScrollBarAlwaysOff);
     setFixedSize(wanted.boundedTo(space));
 }
 

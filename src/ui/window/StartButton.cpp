@@ -28,7 +28,9 @@ StartButton::StartButton(std::shared_ptr<model::ServerModel> model, QWidget* par
 void StartButton::refresh() {
     setText(model_->state().isActive() ? "Stop" : "Start");
     setEnabled(!model_->folderPath().empty());
-    setAccessibleDescription(QString::fromStdString(model_->statusText()));
+    // Setting it again would announce it again.
+    const auto status = QString::fromStdString(model_->statusText());
+    if (accessibleDescription() != status) setAccessibleDescription(status);
     update();
 }
 
