@@ -59,6 +59,15 @@ class InATrayHost(OnADesktop):
         self.host.choose("Quit Quorvel Server")
         self.assert_ended(program)
 
+    def test_a_host_that_comes_after_the_program_leaves_no_window(self):
+        self.desktop.store(folderPath=str(self.folder))
+        program = self.desktop.start_server()
+        self.host.appear()
+        eventually(lambda: self.host.icon)
+        self.assertEqual(self.desktop.windows(), [])
+        self.host.choose("Quit Quorvel Server")
+        self.assert_ended(program)
+
     def test_a_second_start_finds_the_first_when_the_bus_has_died(self):
         program = self.desktop.start_server()
         self.desktop.window()
