@@ -111,8 +111,8 @@ std::string linkTarget(const std::string& path) {
 bool moveAside(const std::string& path) {
     constexpr int nameLimit = 100;
     for (int number = 1; number <= nameLimit; ++number) {
-        const std::string suffix = number == 1 ? "" : "." + std::to_string(number);
-        const std::string aside = path + ".unreadable" + suffix;
+        std::string aside = path + ".unreadable";
+        if (number > 1) aside += "." + std::to_string(number);
         std::error_code error;
         if (fs::exists(fs::symlink_status(aside, error))) continue;
         fs::rename(path, aside, error);
