@@ -83,6 +83,13 @@ class Desktop:
         process.send_signal(how)
         process.wait(timeout=20)
 
+    def start_bus(self):
+        """Starts a session bus and returns its address."""
+        address = self.environment["DBUS_SESSION_BUS_ADDRESS"]
+        bus = ["dbus-daemon", "--session", "--nofork", "--address", address, "--print-address"]
+        self.start_ready(*bus)
+        return address
+
     def store(self, **settings):
         self.settings.parent.mkdir(mode=0o700)
         named = {"server." + key: value for key, value in settings.items()}

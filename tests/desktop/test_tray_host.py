@@ -11,9 +11,7 @@ from tray_host import TrayHost
 class InATrayHost(OnADesktop):
     def setUp(self):
         super().setUp()
-        address = self.desktop.environment["DBUS_SESSION_BUS_ADDRESS"]
-        bus = ["dbus-daemon", "--session", "--nofork", "--address", address, "--print-address"]
-        self.desktop.start_ready(*bus)
+        address = self.desktop.start_bus()
         self.bus = self.desktop.last_started
         self.host = TrayHost(address)
 

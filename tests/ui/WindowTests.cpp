@@ -130,22 +130,41 @@ TEST_F(Window, StoresEveryEditAtOnceAndKeepsALoginThatIsNotAskedFor) {
     EXPECT_EQ(text("username") + text("password"), "bö bs3cret");
 }
 
-TEST_F(Window, StoresWhatAssistiveTechnologyChanges) {
+TEST_F(Window, StoresWhatAssistiveTechnologyChangesAndOnlyWhatIsEnabled) {
     using Values = platform::SettingsStore::Values;
-    open(makeModel());
-    accessible("useAuth").actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
-    child<Picker>("serverType").setCurrentIndex(1);
-    for (const auto& [field, text] :
-         {std::pair{"username", "bob"}, std::pair{"password", "s3cret"}, std::pair{"port", "2121"}})
-        accessible(field).setText(QAccessible::Value, text);
+    open(makeStartable());
+    const auto toggle = [](QAccessibleInterface& item) {
+        item.actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+        QCoreApplication::processEvents();
+    };
+    auto& protocols = *accessible("serverType").child(0);
+    auto& port = accessible("port");
+    toggle(accessible("useAuth"));
+    toggle(*protocols.child(1));
+    accessible("username").setText(QAccessible::Value, "bob");
+    accessible("password").setText(QAccessible::Value, "s3cret");
+    auto& portText = *port.editableTextInterface();
+    portText.deleteText(0, 2);
+    portText.insertText(0, "2121");
+    portText.insertText(0, "x");
+    EXPECT_EQ(text("port"), "2121");
     const Values stored{{"server.username", "bob"s},
                         {"server.password", "s3cret"s},
                         {"server.type", "FTP"s},
                         {"server.port", std::int64_t{2121}},
                         {"server.useAuth", true}};
     EXPECT_EQ(store_->values(), stored);
-    accessible("port").setText(QAccessible::Value, "");
-    EXPECT_EQ(text("port"), "2121") << "what is shown is what is stored";
+
+    port.setText(QAccessible::Value, "");
+    model_->start();
+    EXPECT_EQ(text("port"), "2121") << "the one that is used";
+    for (const auto* const field : {"username", "password", "port"})
+        accessible(field).setText(QAccessible::Value, "1");
+    toggle(accessible("useAuth"));
+    toggle(*protocols.child(0));
+    EXPECT_EQ(store_->values(), stored);
+    EXPECT_EQ(text("username") + text("password") + text("port"), "bobs3cret2121");
+    EXPECT_EQ(child<Picker>("serverType").currentText(), "FTP");
 }
 
 TEST_F(Window, TakesAnyNumberAsPortAndLeavesItsJudgementToTheStart) {

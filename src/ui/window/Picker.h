@@ -2,9 +2,8 @@
 
 #include <QComboBox>
 #include <QSignalBlocker>
-#include <QTimer>
 #include <QWheelEvent>
-#include <utility>
+#include <functional>
 
 namespace quorvel::ui {
 
@@ -19,31 +18,31 @@ class Picker final : public QComboBox {
     void offer(const Values& values, const OnChoice& onChoice) {
         for (const auto value : values)
             addItem(QString::fromUtf8(rawValue(value)), static_cast<int>(value));
-        const auto choose = [this, onChoice](int index) {
+        onChoice_ = [this, onChoice](int index) {
             onChoice(static_cast<typename Values::value_type>(itemData(index).toInt()));
         };
-        // A choice by the user emits one after the other.
-        connect(this, &QComboBox::currentIndexChanged, this, [this, choose](int index) {
-            hasChosen_ = true;
-            QTimer::singleShot(0, this, [this] { hasChosen_ = false; });
-            choose(index);
-        });
-        connect(this, &QComboBox::activated, this, [this, choose](int index) {
-            if (!std::exchange(hasChosen_, false)) choose(index);
-        });
+        listen();
     }
 
     template <class Value>
     void select(Value value) {
         const QSignalBlocker nothingIsChosen(this);
         setCurrentIndex(findData(static_cast<int>(value)));
+        selectInList();
     }
+
+    void hidePopup() override;
 
   protected:
     /// A choice takes effect at once, so scrolling over the picker must not make one.
     void wheelEvent(QWheelEvent* event) override { event->ignore(); }
 
   private:
+    void listen();
+    void takeFromList(bool inOpenList);
+    void selectInList();
+
+    std::function<void(int index)> onChoice_;
     bool hasChosen_ = false;
 };
 

@@ -56,14 +56,12 @@ PortField::PortField(QWidget* parent) : QLineEdit(parent) {
 }
 
 void PortField::takeNumber(const QString& text) {
+    // Assistive technology can write into a disabled field, and past the validator.
+    if (!isEnabled() || !hasAcceptableInput()) return showNumber();
     const auto number = parseNumber(text);
-    if (number) {
-        number_ = *number;
-        if (onNumber) onNumber(number_);
-    } else if (!isModified()) {
-        // Not by typing, and so without an end of the editing: by assistive technology.
-        showNumber();
-    }
+    if (!number) return;
+    number_ = *number;
+    if (onNumber) onNumber(number_);
 }
 
 void PortField::setNumber(std::int64_t number) {
@@ -82,7 +80,9 @@ void PortField::showNumber() {
 
 void PortField::changeEvent(QEvent* event) {
     QLineEdit::changeEvent(event);
-    if (event->type() == QEvent::LocaleChange) showNumber();
+    // Assistive technology edits without the focus, whose loss would end the editing.
+    const bool ends = event->type() == QEvent::EnabledChange && !isEnabled();
+    if (ends || event->type() == QEvent::LocaleChange) showNumber();
 }
 
 } // namespace quorvel::ui

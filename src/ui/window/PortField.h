@@ -8,7 +8,8 @@ namespace quorvel::ui {
 
 /// An integer in the digits of the user's locale, without group separators. Any integer is
 /// accepted; the model checks the range and reports it. While the text is not a number ("", "-",
-/// more than 64 bits), the last number is kept; it is shown again when editing finishes.
+/// more than 64 bits), the last number is kept; it is shown again when editing finishes or the
+/// field is disabled.
 class PortField final : public QLineEdit {
   public:
     explicit PortField(QWidget* parent);

@@ -70,10 +70,16 @@ void ServerGroup::storeEdits() {
                        [&model](model::ServerType type) { model.setServerType(type); });
     port_->onNumber = [&model](std::int64_t number) { model.setPort(number); };
     connect(useAuth_, &QCheckBox::toggled, this, [&model](bool on) { model.setUseAuth(on); });
-    connect(username_, &QLineEdit::textChanged, this,
-            [&model](const QString& text) { model.setUsername(text.toStdString()); });
-    connect(password_, &QLineEdit::textChanged, this,
-            [&model](const QString& text) { model.setPassword(text.toStdString()); });
+    storeText(*username_, &model::ServerModel::setUsername);
+    storeText(*password_, &model::ServerModel::setPassword);
+}
+
+void ServerGroup::storeText(QLineEdit& field, void (model::ServerModel::*set)(std::string)) {
+    connect(&field, &QLineEdit::textChanged, this, [this, &field, set](const QString& text) {
+        // Assistive technology can write into a disabled field.
+        if (!field.isEnabled()) return refresh();
+        (*model_.*set)(text.toStdString());
+    });
 }
 
 void ServerGroup::arrange() {

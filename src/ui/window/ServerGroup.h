@@ -20,6 +20,7 @@ class ServerGroup final : public QGroupBox {
   private:
     void nameFields();
     void storeEdits();
+    void storeText(QLineEdit& field, void (model::ServerModel::*set)(std::string));
     void arrange();
 
     const std::shared_ptr<model::ServerModel> model_;

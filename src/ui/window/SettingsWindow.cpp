@@ -1,6 +1,7 @@
 #include "ui/window/SettingsWindow.h"
 
 #include "ui/window/AboutGroup.h"
+#include "ui/window/Announcer.h"
 #include "ui/window/Appearance.h"
 #include "ui/window/Contrast.h"
 #include "ui/window/FolderGroup.h"
@@ -9,7 +10,6 @@
 #include "ui/window/StartButton.h"
 
 #include <QAbstractButton>
-#include <QAccessible>
 #include <QCloseEvent>
 #include <QGroupBox>
 #include <QGuiApplication>
@@ -48,7 +48,7 @@ SettingsWindow::SettingsWindow(std::shared_ptr<model::ServerModel> model,
       scrollArea_(new QScrollArea(this)), content_(new QWidget(this)),
       folder_(new FolderGroup(model_, content_)), server_(new ServerGroup(model_, content_)),
       startButton_(new StartButton(model_, content_)),
-      info_(new InfoGroup(model_, copyAction_, content_)) {
+      info_(new InfoGroup(model_, copyAction_, content_)), announcer_(new Announcer(this)) {
     setWindowTitle("Quorvel Server");
     // Window managers keep dialogs out of their task lists and do not minimise them.
     setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
@@ -109,16 +109,8 @@ void SettingsWindow::refresh() {
 // People who do not see the window hear what their start has led to.
 void SettingsWindow::announceState() {
     using Case = model::State::Case;
-    const auto kind = announced_.kind;
-    const auto status = QString::fromStdString(model_->statusText());
-    if (kind != Case::running && kind != Case::failed) return;
-#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
-    QAccessibleAnnouncementEvent event(startButton_, status);
-    event.setPoliteness(QAccessible::AnnouncementPoliteness::Assertive);
-#else
-    QAccessibleEvent event(startButton_, QAccessible::Alert);
-#endif
-    QAccessible::updateAccessibility(&event);
+    if (announced_.kind != Case::running && announced_.kind != Case::failed) return;
+    announcer_->announce(QString::fromStdString(model_->statusText()));
 }
 
 bool SettingsWindow::focusIsOnASetting() const {

@@ -9,6 +9,7 @@
 
 namespace quorvel::ui {
 
+class Announcer;
 class FolderGroup;
 class InfoGroup;
 class ServerGroup;
@@ -61,6 +62,7 @@ class SettingsWindow final : public QDialog {
     ServerGroup* server_;
     StartButton* startButton_;
     InfoGroup* info_;
+    Announcer* announcer_;
     model::Subscription subscription_;
     model::State announced_;
     bool wasPlaced_ = false;
