@@ -2,6 +2,7 @@
 
 #include "model/MainQueue.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <map>
 #include <mutex>

@@ -4,9 +4,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <string_view>
+#include <system_error>
 
 namespace quorvel::serve {
 
@@ -14,8 +17,8 @@ namespace {
 
 using Values = std::map<std::string_view, std::string>;
 
-constexpr std::array<std::string_view, 5> knownNames{"--type", "--folder", "--port", "--user",
-                                                     "--pass"};
+constexpr std::array<std::string_view, 6> knownNames{"--type", "--folder", "--port",
+                                                     "--user", "--pass",   "--pass-file"};
 
 std::optional<Values> readValues(std::span<char* const> arguments) {
     if (arguments.size() % 2 != 0) return std::nullopt;
@@ -31,6 +34,14 @@ std::optional<Values> readValues(std::span<char* const> arguments) {
 std::optional<std::string> valueOf(const Values& values, std::string_view name) {
     const auto found = values.find(name);
     return found == values.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::optional<std::string> passwordFrom(const Values& values) {
+    const auto path = valueOf(values, "--pass-file");
+    if (!path || values.contains("--pass")) return valueOf(values, "--pass");
+    std::ifstream file(*path);
+    std::string line;
+    return std::getline(file, line) ? std::optional(line) : std::nullopt;
 }
 
 std::optional<model::ServerType> typeFrom(const std::optional<std::string>& scheme) {
@@ -54,7 +65,7 @@ std::optional<Options> parseOptions(std::span<char* const> arguments) {
     const auto folder = valueOf(*values, "--folder");
     const auto port = server::decimalInteger(valueOf(*values, "--port").value_or(""));
     const auto user = valueOf(*values, "--user");
-    const auto pass = valueOf(*values, "--pass");
+    const auto pass = passwordFrom(*values);
     if (!type || !folder || !port || user.has_value() != pass.has_value()) return std::nullopt;
     return Options{*type, absolutePath(*folder), *port, user, pass};
 }

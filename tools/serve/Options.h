@@ -18,8 +18,8 @@ struct Options {
     std::optional<std::string> pass;
 };
 
-inline constexpr auto usage =
-    "usage: quorvel-serve --type http|ftp --folder DIR --port N [--user U --pass P]\n";
+inline constexpr auto usage = "usage: quorvel-serve --type http|ftp --folder DIR --port N "
+                              "[--user U --pass P|--pass-file FILE]\n";
 
 inline constexpr auto help = R"(
 Shares one folder, read-only, until it is ended by Ctrl-C or SIGTERM.
@@ -28,10 +28,11 @@ Shares one folder, read-only, until it is ended by Ctrl-C or SIGTERM.
   --folder DIR     the folder to share
   --port N         the TCP port, 1 to 65535
   --user U         the user name that clients must give
-  --pass P         the password, which may be empty
+  --pass P         the password, which may be empty; every user of this system can see it
+  --pass-file FILE the file whose first line is the password
   --help           show this help
 
-Without --user and --pass anyone on the network can read the folder.
+Without --user anyone on the network can read the folder.
 Exit status: 0 when ended, 1 when the start failed, 2 for wrong options.
 )";
 

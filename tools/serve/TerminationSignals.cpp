@@ -2,6 +2,8 @@
 
 #include "platform/Process.h"
 
+#include <csignal>
+#include <signal.h>
 #include <utility>
 
 namespace quorvel::serve {

@@ -8,9 +8,13 @@
 #include "platform/network/WorkQueue.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <iostream>
+#include <memory>
+#include <span>
 #include <string_view>
+#include <utility>
 
 namespace quorvel::serve {
 
