@@ -1,13 +1,18 @@
 #include "platform/Process.h"
 #include "platform/network/WorkQueue.h"
+#include "ui/desktop/ColorScheme.h"
+#include "ui/desktop/CommandLine.h"
 #include "ui/desktop/DesktopApplication.h"
 #include "ui/desktop/OneInstance.h"
 #include "ui/desktop/QtMainQueue.h"
 #include "ui/desktop/TerminationSignals.h"
+#include "ui/window/SvgIcon.h"
 
 #include <QApplication>
-#include <cstdio>
+#include <chrono>
 #include <cstdlib>
+#include <memory>
+#include <span>
 
 namespace quorvel::ui {
 
@@ -18,13 +23,14 @@ void describeProgram() {
     QCoreApplication::setApplicationVersion(QUORVEL_VERSION);
     QGuiApplication::setDesktopFileName("io.quorvel.Server");
     QGuiApplication::setQuitOnLastWindowClosed(false);
-    QGuiApplication::setWindowIcon(QIcon(":/icons/io.quorvel.Server.svg"));
+    QGuiApplication::setWindowIcon(svgIcon("io.quorvel.Server"));
 }
 
 int run(TerminationSignals& signals, const std::shared_ptr<QtMainQueue>& mainQueue,
         const QString& activationToken) {
     OneInstance instance;
     if (!instance.claim(activationToken)) return EXIT_SUCCESS;
+    const ColorScheme colorScheme;
     DesktopApplication desktop(mainQueue);
     instance.onActivate = [&desktop](const QString& token) { desktop.openSettings(token); };
     const auto listening = signals.onSignal([] { QCoreApplication::exit(); });
@@ -42,11 +48,12 @@ int main(int argumentCount, char** arguments) {
     platform::prepareProcess();
     ui::TerminationSignals signals;
     const QString activationToken = ui::givenActivationToken();
+    const std::span<char* const> all(arguments, static_cast<std::size_t>(argumentCount));
+    if (const auto status = ui::answeredWithoutDesktop(all.subspan(all.empty() ? 0 : 1)))
+        return *status;
     const QApplication application(argumentCount, arguments);
-    if (QCoreApplication::arguments().size() > 1) {
-        std::fputs("usage: quorvel-server\n", stderr);
-        return 2;
-    }
+    if (QCoreApplication::arguments().size() > 1)
+        return ui::refused("extra operand", QCoreApplication::arguments().at(1).toStdString());
     Q_INIT_RESOURCE(icons); // a static library's resources are not registered by themselves
     ui::describeProgram();
     // Declared here so that it outlives the servers' threads, which hold references to it.

@@ -10,7 +10,7 @@ import subprocess
 import tempfile
 import unittest
 
-from served import eventually
+from served import eventually, need
 
 SERVER = os.environ.get("QUORVEL_SERVER", "build/asan/bin/quorvel-server")
 HERE = pathlib.Path(__file__).parent
@@ -37,6 +37,8 @@ class Desktop:
             "DBUS_SESSION_BUS_ADDRESS": f"unix:path={home.name}/bus",
             "QT_QPA_PLATFORM": "xcb",
             "LSAN_OPTIONS": f"suppressions={HERE}/leaks.supp:print_suppressions=0",
+            # Qt has no frame pointers, and the suppressed functions are some calls away.
+            "ASAN_OPTIONS": "fast_unwind_on_malloc=0:malloc_context_size=10",
             "LC_ALL": "C.UTF-8",
             "NO_AT_BRIDGE": "1",
             **environment,
@@ -62,6 +64,7 @@ class Desktop:
         eventually(runs.exists)
 
     def start(self, *command, **options):
+        need(command[0])
         with open(self.home / (pathlib.Path(command[0]).name + ".log"), "ab") as log:
             process = subprocess.Popen(
                 command, env=self.environment, stdout=log, stderr=log, **options

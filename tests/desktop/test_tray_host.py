@@ -3,6 +3,7 @@ session bus."""
 
 import unittest
 
+from color_portal import ColorPortal
 from desktop import TITLE, OnADesktop
 from served import eventually, free_port
 from tray_host import TrayHost
@@ -13,6 +14,7 @@ class InATrayHost(OnADesktop):
         super().setUp()
         address = self.desktop.start_bus()
         self.bus = self.desktop.last_started
+        self.address = address
         self.host = TrayHost(address)
 
     def test_the_menu_follows_the_server(self):
@@ -65,6 +67,16 @@ class InATrayHost(OnADesktop):
         self.assertEqual(self.desktop.windows(), [])
         self.host.choose("Quit Quorvel Server")
         self.assert_ended(program)
+
+    def test_the_window_follows_the_desktop_into_the_dark_and_back(self):
+        portal = ColorPortal(self.address, dark=True)
+        self.desktop.start_server()
+        window = self.desktop.window()
+        corner = ["-crop", "1x1+5+5", "-format", "%[fx:intensity]", "info:"]
+        brightness = lambda: float(self.desktop.run("convert", f"x:{window}", *corner) or "nan")
+        eventually(lambda: brightness() < 0.3)
+        portal.change(dark=False)
+        eventually(lambda: brightness() > 0.7)
 
     def test_a_second_start_finds_the_first_when_the_bus_has_died(self):
         program = self.desktop.start_server()

@@ -18,20 +18,29 @@ INTERFACE = """<node><interface name="org.kde.StatusNotifierWatcher">
 threading.Thread(target=GLib.MainLoop().run, daemon=True).start()
 
 
+def connect(address):
+    flags = Gio.DBusConnectionFlags
+    return Gio.DBusConnection.new_for_address_sync(
+        address, flags.AUTHENTICATION_CLIENT | flags.MESSAGE_BUS_CONNECTION
+    )
+
+
+def own(bus, name):
+    daemon = "org.freedesktop.DBus"
+    proxy = Gio.DBusProxy.new_sync(bus, 0, None, daemon, "/org/freedesktop/DBus", daemon, None)
+    proxy.RequestName("(su)", name, 0)
+
+
 class TrayHost:
     """A watcher without a host until `appear`; `icon` is the bus name of the registered icon."""
 
     def __init__(self, address):
-        flags = Gio.DBusConnectionFlags
-        self.bus = Gio.DBusConnection.new_for_address_sync(
-            address, flags.AUTHENTICATION_CLIENT | flags.MESSAGE_BUS_CONNECTION
-        )
+        self.bus = connect(address)
         self.present = False
         self.icon = None
         interface = Gio.DBusNodeInfo.new_for_xml(INTERFACE).interfaces[0]
         self.bus.register_object("/StatusNotifierWatcher", interface, self.register, self.read)
-        daemon = "org.freedesktop.DBus"
-        self.proxy(daemon, "/org/freedesktop/DBus", daemon).RequestName("(su)", WATCHER, 0)
+        own(self.bus, WATCHER)
 
     def register(self, _bus, sender, _path, _interface, _method, arguments, invocation):
         (name,) = arguments.unpack()

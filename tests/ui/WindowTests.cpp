@@ -3,6 +3,7 @@
 #include "ui/window/Appearance.h"
 #include "ui/window/Contrast.h"
 #include "ui/window/Picker.h"
+#include "ui/window/SvgIcon.h"
 
 #include <QAccessible>
 #include <QLabel>
@@ -29,7 +30,7 @@ class Window : public model::ModelFixture {
 
     template <class Widget = QWidget>
     Widget& child(const char* name) const {
-        auto* found = window_->findChild<Widget*>(name);
+        auto* found = dynamic_cast<Widget*>(window_->findChild<QWidget*>(name));
         if (found == nullptr) throw std::invalid_argument(name);
         return *found;
     }
@@ -323,6 +324,22 @@ TEST_F(Window, ShowsFiveWholeLinesHoweverLongAndLargeTheyAre) {
         EXPECT_FALSE(child("errorSign").isHidden());
     }
     QApplication::setFont({});
+}
+
+TEST_F(Window, DrawsEveryIconItself) {
+    const auto isDrawn = [](const QPixmap& pixmap, int side) {
+        const QImage image = pixmap.toImage();
+        int drawn = 0;
+        for (int at = 0; at < image.width() * image.height(); ++at)
+            drawn += qAlpha(image.pixel(at % image.width(), at / image.width())) > 0 ? 1 : 0;
+        return image.width() == side && drawn > side * side / 20;
+    };
+    for (const auto* name :
+         {"check", "copy", "drive", "drive-check", "drive-connected", "io.quorvel.Server"}) {
+        EXPECT_TRUE(isDrawn(svgPixmap(name, 16, 1.5), 24)) << name;
+        for (const int size : {16, 22, 64})
+            EXPECT_TRUE(isDrawn(svgIcon(name).pixmap(size), size)) << name;
+    }
 }
 
 TEST_F(Window, TellsItsVersion) {

@@ -4,6 +4,7 @@
 #include "platform/files/SettingsFile.h"
 #include "ui/desktop/MenuText.h"
 #include "ui/desktop/QtPasteboard.h"
+#include "ui/window/SvgIcon.h"
 
 #include <QApplication>
 #include <QCursor>
@@ -47,10 +48,9 @@ Closing closingRule(TrayKind tray, bool serverIsActive) {
 
 DesktopApplication::DesktopApplication(std::shared_ptr<model::MainQueue> mainQueue)
     : mainQueue_(std::move(mainQueue)), folderChooser_(std::make_shared<QtFolderChooser>()),
-      model_(makeModel(mainQueue_, folderChooser_)), actions_{.openSettings =
-                                                                  [this] { openSettings(); },
-                                                              .quit = endProgram},
-      idleIcon_(":/icons/drive.svg"), runningIcon_(":/icons/drive-check.svg") {
+      model_(makeModel(mainQueue_, folderChooser_)),
+      actions_{.openSettings = [this] { openSettings(); }, .quit = endProgram},
+      idleIcon_(svgIcon("drive")), runningIcon_(svgIcon("drive-check")) {
     folderChooser_->setCurrentFolder(model_->folderPath());
     trayWatcher_.onChange = [this](TrayKind kind) { trayChanged(kind); };
     subscription_ = model_->onChange([this] { refreshIcon(); });

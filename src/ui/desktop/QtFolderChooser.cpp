@@ -4,6 +4,8 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QFileDialog>
+#include <optional>
+#include <string>
 
 namespace quorvel::ui {
 

@@ -4,6 +4,8 @@
 
 #include <QPointer>
 #include <QWidget>
+#include <optional>
+#include <string>
 
 namespace quorvel::ui {
 

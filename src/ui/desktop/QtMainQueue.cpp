@@ -1,6 +1,7 @@
 #include "ui/desktop/QtMainQueue.h"
 
 #include <QTimer>
+#include <chrono>
 #include <memory>
 #include <utility>
 

@@ -3,6 +3,7 @@
 #include "model/MainQueue.h"
 
 #include <QObject>
+#include <chrono>
 
 namespace quorvel::ui {
 

@@ -2,6 +2,8 @@
 
 #include "model/Pasteboard.h"
 
+#include <string>
+
 namespace quorvel::ui {
 
 /// The desktop's clipboard.

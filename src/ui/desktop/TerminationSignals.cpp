@@ -2,6 +2,7 @@
 
 #include "platform/Process.h"
 
+#include <signal.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 #include <utility>

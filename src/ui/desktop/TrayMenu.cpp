@@ -1,5 +1,8 @@
 #include "ui/desktop/TrayMenu.h"
 
+#include <memory>
+#include <utility>
+
 namespace quorvel::ui {
 
 QAction* makeQuitAction(QObject* parent, std::function<void()> quit) {

@@ -5,6 +5,7 @@
 
 #include <QMenu>
 #include <functional>
+#include <memory>
 
 namespace quorvel::ui {
 

@@ -6,6 +6,7 @@
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
 #include <chrono>
+#include <utility>
 
 namespace quorvel::ui {
 

@@ -1,6 +1,7 @@
 #include "ui/window/Appearance.h"
 
-#include <QIcon>
+#include "ui/window/SvgIcon.h"
+
 #include <QLabel>
 #include <QPainter>
 
@@ -36,8 +37,7 @@ QColor accentColor(const QPalette& palette) {
 }
 
 QPixmap tintedPixmap(const char* name, int size, double pixelRatio, const QColor& color) {
-    const QIcon icon(QStringLiteral(":/icons/%1.svg").arg(QLatin1String(name)));
-    QPixmap pixmap = icon.pixmap(QSize(size, size), pixelRatio);
+    QPixmap pixmap = svgPixmap(QLatin1String(name), size, pixelRatio);
     QPainter painter(&pixmap);
     painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
     painter.fillRect(pixmap.rect(), color);

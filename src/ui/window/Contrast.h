@@ -2,6 +2,7 @@
 
 #include <QColor>
 #include <QPalette>
+#include <initializer_list>
 
 namespace quorvel::ui {
 

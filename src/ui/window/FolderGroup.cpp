@@ -4,6 +4,8 @@
 #include "ui/window/ElidedLabel.h"
 
 #include <QHBoxLayout>
+#include <memory>
+#include <utility>
 
 namespace quorvel::ui {
 

@@ -4,6 +4,7 @@
 
 #include <QGroupBox>
 #include <QPushButton>
+#include <memory>
 
 namespace quorvel::ui {
 

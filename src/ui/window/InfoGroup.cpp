@@ -8,6 +8,8 @@
 #include <QIcon>
 #include <QLabel>
 #include <QVBoxLayout>
+#include <memory>
+#include <utility>
 
 namespace quorvel::ui {
 

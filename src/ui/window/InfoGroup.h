@@ -6,6 +6,7 @@
 
 #include <QGroupBox>
 #include <QPushButton>
+#include <memory>
 
 namespace quorvel::ui {
 

@@ -8,6 +8,10 @@
 #include <QLabel>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
 
 namespace quorvel::ui {
 

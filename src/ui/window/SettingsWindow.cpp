@@ -20,6 +20,7 @@
 #include <QVBoxLayout>
 #include <QWindow>
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 namespace quorvel::ui {

@@ -6,6 +6,7 @@
 #include <QDialog>
 #include <QScrollArea>
 #include <functional>
+#include <memory>
 
 namespace quorvel::ui {
 

@@ -4,6 +4,8 @@
 #include "ui/window/Contrast.h"
 
 #include <QPainter>
+#include <memory>
+#include <utility>
 
 namespace quorvel::ui {
 

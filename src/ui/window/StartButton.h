@@ -3,6 +3,7 @@
 #include "model/ServerModel.h"
 
 #include <QPushButton>
+#include <memory>
 
 namespace quorvel::ui {
 
