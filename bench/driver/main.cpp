@@ -69,8 +69,7 @@ double percentile(std::vector<double>& sorted, double share) {
 void print(LoadResult result) {
     std::ranges::sort(result.latencies);
     std::string failure = result.firstFailure;
-    std::ranges::replace_if(
-        failure, [](char c) { return c < ' ' || c == '"' || c == '\\'; }, ' ');
+    std::ranges::replace_if(failure, [](char c) { return c < ' ' || c == '"' || c == '\\'; }, ' ');
     std::printf("{\"units\": %zu, \"failures\": %zu, \"failure\": \"%s\", \"bytes\": %llu, "
                 "\"seconds\": %.6f, \"p50\": %.9f, \"p99\": %.9f}\n",
                 result.units, result.failures, failure.c_str(),

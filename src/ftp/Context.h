@@ -4,6 +4,10 @@
 #include "platform/files/SharedFolder.h"
 #include "platform/network/WorkQueue.h"
 
+#include <memory>
+#include <optional>
+#include <string>
+
 namespace quorvel::ftp {
 
 /// What all sessions of a server share. Immutable.

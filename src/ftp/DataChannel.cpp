@@ -2,6 +2,7 @@
 
 #include "server/Download.h"
 
+#include <cstddef>
 #include <utility>
 
 namespace quorvel::ftp {

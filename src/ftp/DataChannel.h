@@ -4,7 +4,9 @@
 #include "platform/network/Listener.h"
 #include "platform/network/WorkQueue.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <system_error>

@@ -2,6 +2,13 @@
 #include "ftp/Session.h"
 #include "server/FolderPath.h"
 
+#include <cerrno>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace quorvel::ftp {

@@ -6,6 +6,7 @@
 #include "server/ListenerStart.h"
 #include "server/Weakly.h"
 
+#include <expected>
 #include <utility>
 
 namespace quorvel::ftp {

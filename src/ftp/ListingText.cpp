@@ -2,6 +2,9 @@
 
 #include "ftp/DateText.h"
 
+#include <cstddef>
+#include <string_view>
+
 namespace quorvel::ftp {
 
 namespace {

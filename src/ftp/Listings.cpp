@@ -2,6 +2,10 @@
 #include "ftp/SessionSteps.h"
 #include "server/FolderPath.h"
 
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace quorvel::ftp {

@@ -2,6 +2,11 @@
 #include "ftp/VirtualPath.h"
 #include "server/FolderPath.h"
 
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
 namespace quorvel::ftp {
 
 void FTPFileServer::Session::find(std::string_view argument, platform::Purpose purpose,

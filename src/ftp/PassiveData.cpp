@@ -2,6 +2,11 @@
 #include "ftp/SessionSteps.h"
 #include "server/LocalAddress.h"
 
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace quorvel::ftp {

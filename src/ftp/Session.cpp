@@ -2,6 +2,9 @@
 #include "ftp/SessionSteps.h"
 
 #include <chrono>
+#include <cstddef>
+#include <memory>
+#include <system_error>
 #include <utility>
 
 namespace quorvel::ftp {

@@ -6,9 +6,13 @@
 #include "platform/network/Connection.h"
 #include "platform/network/WorkerPool.h"
 
+#include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <system_error>
 
 namespace quorvel::ftp {
 

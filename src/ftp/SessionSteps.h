@@ -2,6 +2,8 @@
 
 #include "ftp/Session.h"
 
+#include <cstdint>
+#include <functional>
 #include <new>
 #include <utility>
 

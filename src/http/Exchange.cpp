@@ -7,6 +7,9 @@
 #include "server/FolderPath.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <string>
 #include <utility>
 
 namespace quorvel::http {

@@ -6,6 +6,11 @@
 #include "platform/network/Connection.h"
 #include "platform/network/WorkerPool.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <system_error>
 

@@ -5,6 +5,12 @@
 #include "server/FolderPath.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <system_error>
 #include <utility>
 
 namespace quorvel::http {

@@ -2,6 +2,8 @@
 
 #include "server/PercentEncoding.h"
 
+#include <cstddef>
+
 namespace quorvel::http {
 
 namespace {

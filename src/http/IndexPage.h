@@ -2,6 +2,7 @@
 
 #include "platform/files/FolderEntry.h"
 
+#include <cstddef>
 #include <span>
 #include <string>
 #include <string_view>

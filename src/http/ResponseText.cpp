@@ -1,5 +1,7 @@
 #include "http/ResponseText.h"
 
+#include <cstddef>
+
 namespace quorvel::http {
 
 TextResponse badRequest() {

@@ -2,6 +2,7 @@
 
 #include "http/ByteRange.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>

@@ -1,6 +1,7 @@
 #include "model/FolderBookmark.h"
 
 #include <string_view>
+#include <utility>
 
 namespace quorvel::model {
 

@@ -3,6 +3,9 @@
 #include "platform/files/SharedFolder.h"
 #include "server/Weakly.h"
 
+#include <cstdint>
+#include <memory>
+#include <optional>
 #include <system_error>
 #include <utility>
 

@@ -1,7 +1,11 @@
 #include "model/FolderBookmark.h"
 #include "model/ServerModel.h"
 
+#include <cstdint>
 #include <filesystem>
+#include <memory>
+#include <optional>
+#include <system_error>
 #include <utility>
 
 namespace quorvel::model {

@@ -2,7 +2,9 @@
 
 #include <ctime>
 #include <malloc.h>
+#include <signal.h>
 #include <sys/resource.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace quorvel::platform {

@@ -1,6 +1,7 @@
 #include "platform/Result.h"
 
 #include <cstring>
+#include <string.h>
 
 namespace quorvel::platform {
 

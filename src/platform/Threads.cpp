@@ -2,8 +2,10 @@
 
 #include <condition_variable>
 #include <csignal>
+#include <cstddef>
 #include <mutex>
 #include <pthread.h>
+#include <signal.h>
 #include <system_error>
 #include <thread>
 #include <utility>

@@ -1,6 +1,7 @@
 #include "server/DecimalInteger.h"
 
 #include <charconv>
+#include <system_error>
 
 namespace quorvel::server {
 

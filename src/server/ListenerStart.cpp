@@ -3,6 +3,10 @@
 #include "server/ServerError.h"
 #include "server/Weakly.h"
 
+#include <expected>
+#include <system_error>
+#include <utility>
+
 namespace quorvel::server {
 
 platform::Result<std::shared_ptr<platform::Listener>>

@@ -3,6 +3,7 @@
 #include "platform/text/Text.h"
 
 #include <array>
+#include <cstddef>
 
 namespace quorvel::server {
 

@@ -2,6 +2,7 @@
 
 #include <string>
 #include <system_error>
+#include <type_traits>
 
 namespace quorvel::server {
 

@@ -109,7 +109,7 @@ class Escape : public testing::Test {
         platform::setConfinementEnabled(true);
     }
 
-    static void expectAnswers(std::string Attempt::*expected) {
+    static void expectAnswers(std::string Attempt::* expected) {
         const Share share;
         for (const auto& attempt : attempts)
             EXPECT_EQ(share.ask(attempt.request), attempt.*expected) << attempt.request;

@@ -30,7 +30,7 @@ class Clients(HostileTest):
 class Http(Clients):
     # How many clients, what each sends before it falls silent, and the KiB that each may cost.
     silent = (
-        (1000, b"GET / HTTP/1.1\r\nHost: a\r\n", 6),
+        (1000, b"GET / HTTP/1.1\r\nHost: a\r\n", 8),
         (100, b"GET / HTTP/1.1\r\n" + b"a: b\r\n" * 85_000, 2 * 1024),
         (100, b"GET /large.bin HTTP/1.1\r\n\r\n", 64),
     )

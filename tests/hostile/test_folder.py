@@ -97,7 +97,7 @@ class PulledStick(MountedFolder):
         self.assertEqual((self.read(b"file"), self.read(b"dir/file")), self.refusals)
         self.assertTrue(self.enters(b"dir"))
         self.assertEqual(self.names(b"dir"), [])
-        enter = ["nsenter", "-m", "-t", str(self.server.pid)]
+        enter = ["nsenter", "-m", "-r", "-t", str(self.server.pid)]
         subprocess.run([*enter, "umount", str(self.folder)], check=True)  # fails if it is in use
         self.assertNotIn(b"file", self.names(b"."))
 

@@ -69,7 +69,7 @@ TEST_F(Answers, HaveABodyForGetAndTheSameHeadForHead) {
     const auto ten = file("text/plain; charset=utf-8", "0123456789");
     const std::string folderName = folder.path().substr(folder.path().rfind('/'));
     const std::vector<platform::FolderEntry> all{
-        {"docs", true},          {"empty.JPG"},        {"etc"},    {"fifo.png"}, {"in", true},
+        {"docs", true},           {"empty.JPG"},        {"etc"},    {"fifo.png"}, {"in", true},
         {"My Docs & #%😀", true}, {"M\uFFFDsik", true}, {"passwd"}, {"ten.txt"}};
     struct Case {
         std::string target;

@@ -16,6 +16,12 @@ PATIENCE = 60  # seconds; bounds every wait, and only a test that fails waits so
 SERVE = os.environ.get("QUORVEL_SERVE", "build/asan/bin/quorvel-serve")
 
 
+def need(command):
+    """Skips the test where the system has no such program."""
+    if not shutil.which(command):
+        raise unittest.SkipTest(f"needs {command}")
+
+
 def free_port():
     """From below the ephemeral range: no client is given it before the server binds to it."""
     while True:
@@ -77,6 +83,7 @@ class ServedFolder(unittest.TestCase):
         return f"{self.protocol}://127.0.0.1:{self.port}/"
 
     def run_client(self, *command, limit=120, status=0):
+        need(command[0])
         done = subprocess.run(command, capture_output=True, timeout=limit, check=False)
         self.assertEqual(done.returncode, status, done.stderr.decode(errors="replace"))
         return done.stdout

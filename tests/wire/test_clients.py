@@ -6,7 +6,7 @@ import random
 import re
 import unittest
 
-from served import ServedFolder
+from served import ServedFolder, need
 from terminal import INTERRUPT, Terminal
 
 GIB = 1 << 30
@@ -120,6 +120,7 @@ class Ftp(Clients):
         pipe = self.scratch / "pipe"
         os.mkfifo(pipe)
         self.addCleanup(os.close, os.open(pipe, os.O_RDWR))
+        need("tnftp")
         with Terminal("tnftp", "-n", "127.0.0.1", str(self.port)) as tnftp:
             for command, reply in (
                 (b"", b""), (b'user bob "p@ss word"\n', b"230"),

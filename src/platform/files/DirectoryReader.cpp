@@ -5,10 +5,14 @@
 #include "platform/text/Text.h"
 
 #include <cerrno>
+#include <cstddef>
 #include <dirent.h>
+#include <expected>
 #include <fcntl.h>
 #include <future>
+#include <memory>
 #include <sys/stat.h>
+#include <utility>
 #include <vector>
 
 namespace quorvel::platform {
@@ -42,7 +46,7 @@ class Describer {
   private:
     // Not statx(2), which takes a seventh longer.
     void askStatus(const char* name, FolderEntry& entry) {
-        struct stat status {};
+        struct stat status{};
         if (fstatat(directory_.descriptor.number(), name, &status, AT_SYMLINK_NOFOLLOW) != 0)
             return;
         if (S_ISLNK(status.st_mode)) return followLink(name, entry);
@@ -55,7 +59,7 @@ class Describer {
             if (!root_) return;
         }
         const auto target = holdBeneath(*root_, directory_.path + '/' + name, Lookup::onDisk);
-        struct stat status {};
+        struct stat status{};
         if (target && fstat(target->number(), &status) == 0) take(status, entry);
     }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <iterator>
+#include <sys/statfs.h>
 #include <sys/vfs.h>
 
 namespace quorvel::platform {
@@ -36,7 +37,7 @@ constexpr std::uint32_t localTypes[] = {
 } // namespace
 
 bool isOnLocalDisk(const Descriptor& item) {
-    struct statfs status {};
+    struct statfs status{};
     if (fstatfs(item.number(), &status) != 0) return false;
     const auto type = static_cast<std::uint32_t>(status.f_type);
     return std::ranges::find(localTypes, type) != std::end(localTypes);

@@ -6,6 +6,7 @@
 #include <memory_resource>
 #include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace quorvel::platform {

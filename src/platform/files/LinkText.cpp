@@ -6,9 +6,11 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <cstddef>
 #include <fcntl.h>
 #include <filesystem>
 #include <optional>
+#include <sys/types.h>
 #include <unistd.h>
 #include <vector>
 

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <linux/openat2.h>
+#include <string>
 #include <sys/syscall.h>
 #include <unistd.h>
 

@@ -2,6 +2,8 @@
 
 #include "platform/files/OpenRoot.h"
 
+#include <string>
+
 namespace quorvel::platform {
 
 // The only two calls that open something by a path from outside this layer (openat2(2)). Both

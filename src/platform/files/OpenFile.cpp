@@ -7,8 +7,10 @@
 #include <cerrno>
 #include <limits>
 #include <new>
+#include <sys/types.h>
 #include <sys/uio.h>
 #include <unistd.h>
+#include <utility>
 
 namespace quorvel::platform {
 

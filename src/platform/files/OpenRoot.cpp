@@ -4,10 +4,13 @@
 #include "platform/files/OpenBeneath.h"
 #include "platform/files/TurnHold.h"
 
+#include <cerrno>
+#include <expected>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
+#include <utility>
 
 namespace quorvel::platform {
 
@@ -27,7 +30,7 @@ Result<std::shared_ptr<const OpenRoot>> openRoot(const std::string& path, Lookup
     Descriptor descriptor = openFolder(path, lookup);
     if (!descriptor) return failure();
     // Of the attributes that the kernel has, because a file server would have to be asked for them.
-    struct statx status {};
+    struct statx status{};
     if (statx(descriptor.number(), "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_TYPE, &status) !=
         0)
         return failure();

@@ -3,11 +3,18 @@
 #include "platform/text/Text.h"
 
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <glib.h>
+#include <ios>
 #include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <variant>
 
 namespace quorvel::platform {
 

@@ -2,6 +2,8 @@
 
 #include "platform/files/SettingsStore.h"
 
+#include <string>
+
 namespace quorvel::platform {
 
 /// Settings in one JSON file that only its owner can read. A set is on disk when it returns

@@ -5,10 +5,13 @@
 #include "platform/files/TextLookup.h"
 #include "platform/files/TurnHold.h"
 
+#include <cerrno>
+#include <expected>
 #include <fcntl.h>
 #include <optional>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
+#include <utility>
 
 namespace quorvel::platform {
 
@@ -37,7 +40,7 @@ constexpr std::uint64_t countedDisks = 1024;
 
 /// The attributes of what is held, of which a local disk keeps them in memory.
 Result<Item> described(Descriptor descriptor, std::string path, bool isLocal) {
-    struct statx status {};
+    struct statx status{};
     if (statx(descriptor.number(), "", AT_EMPTY_PATH, wantedStatus, &status) != 0) return failure();
     const Disk disk{gnu_dev_makedev(status.stx_dev_major, status.stx_dev_minor), isLocal};
     return Item{std::move(descriptor), attributesFrom(status), std::move(path), disk,
@@ -138,7 +141,7 @@ Result<EntryList> SharedFolder::entries(const Item& directory, EntryDetail detai
 }
 
 bool isDirectory(const std::string& path) {
-    struct stat status {};
+    struct stat status{};
     return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 

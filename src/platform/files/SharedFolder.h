@@ -7,6 +7,7 @@
 #include "platform/files/OpenFile.h"
 
 #include <atomic>
+#include <cerrno>
 #include <cstdint>
 #include <memory>
 #include <optional>

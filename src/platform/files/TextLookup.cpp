@@ -4,6 +4,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
+#include <dirent.h>
+#include <expected>
 
 namespace quorvel::platform {
 

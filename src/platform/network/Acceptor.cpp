@@ -2,9 +2,12 @@
 #include "platform/network/SocketListener.h"
 #include "platform/network/StreamConnection.h"
 
+#include <cerrno>
 #include <chrono>
+#include <memory>
 #include <new>
 #include <sys/socket.h>
+#include <utility>
 
 namespace quorvel::platform {
 

@@ -6,6 +6,7 @@
 #include <span>
 #include <sys/sendfile.h>
 #include <sys/socket.h>
+#include <sys/types.h>
 
 namespace quorvel::platform {
 

@@ -1,8 +1,13 @@
 #include "platform/network/GracefulClose.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
+#include <cstddef>
+#include <memory>
 #include <sys/socket.h>
+#include <sys/types.h>
+#include <utility>
 
 namespace quorvel::platform {
 

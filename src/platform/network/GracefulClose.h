@@ -5,6 +5,9 @@
 #include "platform/network/Loop.h"
 
 #include <asio/steady_timer.hpp>
+#include <cstddef>
+#include <memory>
+#include <optional>
 
 namespace quorvel::platform {
 

@@ -5,6 +5,7 @@
 #include <asio/executor_work_guard.hpp>
 #include <asio/post.hpp>
 #include <new>
+#include <utility>
 
 namespace quorvel::platform {
 

@@ -5,6 +5,7 @@
 #include <array>
 #include <asio/io_context.hpp>
 #include <asio/posix/basic_stream_descriptor.hpp>
+#include <cstddef>
 #include <memory>
 #include <span>
 

@@ -1,6 +1,10 @@
 #include "platform/network/Outgoing.h"
 
+#include <cerrno>
+#include <cstddef>
 #include <sys/socket.h>
+#include <sys/types.h>
+#include <system_error>
 
 namespace quorvel::platform {
 

@@ -3,6 +3,10 @@
 #include "platform/network/Connection.h"
 #include "platform/network/FilePiece.h"
 
+#include <cstddef>
+#include <string>
+#include <system_error>
+
 namespace quorvel::platform {
 
 /// One send on its way: text or a piece of a file.

@@ -1,8 +1,10 @@
 #include "platform/network/SendQueue.h"
 
+#include <cstddef>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
+#include <utility>
 
 namespace quorvel::platform {
 

@@ -2,6 +2,7 @@
 
 #include "platform/network/Outgoing.h"
 
+#include <cstddef>
 #include <list>
 
 namespace quorvel::platform {

@@ -2,9 +2,16 @@
 
 #include "platform/network/StreamConnection.h"
 
+#include <asm-generic/socket.h>
+#include <cerrno>
+#include <cstdint>
+#include <memory>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
 
 namespace quorvel::platform {
 

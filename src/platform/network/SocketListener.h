@@ -5,6 +5,8 @@
 #include "platform/network/Loop.h"
 
 #include <asio/steady_timer.hpp>
+#include <cstdint>
+#include <memory>
 #include <mutex>
 
 namespace quorvel::platform {

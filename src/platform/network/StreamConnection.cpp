@@ -4,8 +4,14 @@
 #include "platform/network/SocketAddress.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstddef>
 #include <new>
+#include <string>
 #include <sys/socket.h>
+#include <sys/types.h>
+#include <system_error>
+#include <utility>
 
 namespace quorvel::platform {
 

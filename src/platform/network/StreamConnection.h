@@ -6,9 +6,11 @@
 #include "platform/network/Loop.h"
 #include "platform/network/SendQueue.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 
 namespace quorvel::platform {
 

@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <span>
+#include <string>
+#include <string_view>
 #include <unicode/coll.h>
 #include <unicode/sortkey.h>
 #include <unicode/unistr.h>

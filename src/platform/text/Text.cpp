@@ -1,6 +1,7 @@
 #include "platform/text/Text.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <glib.h>
 #include <memory>
