@@ -47,7 +47,7 @@ bool isDark(const QPalette& palette) {
 
 ColorScheme::ColorScheme() {
     auto bus = QDBusConnection::sessionBus();
-    if (QT_VERSION >= QT_VERSION_CHECK(6, 5, 0) || !bus.isConnected()) return;
+    if (!bus.isConnected()) return;
     bus.connect(portal, portalPath, settings, "SettingChanged", this, SLOT(ask()));
     ask();
 }
@@ -65,7 +65,7 @@ void ColorScheme::ask() {
 
 void ColorScheme::apply(bool dark) {
     if (dark == isOurs_) return;
-    // A desktop's own theme has made it dark already.
+    // The desktop's theme, or a newer Qt, has made it dark already.
     if (dark && isDark(QGuiApplication::palette())) return;
     isOurs_ = dark;
     QGuiApplication::setPalette(dark ? darkPalette() : QPalette());

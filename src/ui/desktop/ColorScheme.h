@@ -5,7 +5,8 @@
 namespace quorvel::ui {
 
 /// Gives the application a dark palette while the desktop asks for one through its portal
-/// (org.freedesktop.portal.Settings, "color-scheme") and Qt does not follow it, as before 6.5.
+/// (org.freedesktop.portal.Settings, "color-scheme") and Qt does not follow it by itself: never
+/// before 6.5, and since then on some desktops only.
 class ColorScheme final : public QObject {
     Q_OBJECT
 

@@ -6,6 +6,7 @@
 #include <QGroupBox>
 #include <QLineEdit>
 #include <memory>
+#include <string>
 
 namespace quorvel::ui {
 
