@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -15,7 +16,7 @@ class TemporaryFolder {
     TemporaryFolder() {
         namespace fs = std::filesystem;
         path_ = fs::canonical(fs::temp_directory_path()) / "quorvel-test-XXXXXX";
-        mkdtemp(path_.data());
+        if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error("no temporary folder");
     }
     ~TemporaryFolder() {
         std::error_code ignored;

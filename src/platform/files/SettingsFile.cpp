@@ -83,7 +83,7 @@ std::optional<json> parsed(const std::string& content) {
 std::optional<json> documentAt(const std::string& path) {
     std::error_code unknown;
     const auto type = fs::status(path, unknown).type();
-    if (type == fs::file_type::not_found) return json::object();
+    if (type == fs::file_type::not_found) return std::optional<json>(json::object());
     // Opening a FIFO would wait for its writer.
     if (type != fs::file_type::regular) return std::nullopt;
     std::ifstream file(path, std::ios::binary);
