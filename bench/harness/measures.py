@@ -5,8 +5,8 @@ from dataclasses import dataclass
 from typing import Callable
 
 from harness import network
-from harness.driver import Driver
 from harness.fixtures import GIB, KIB, MIB, Fixtures
+from harness.load import Load
 from harness.peers import Start
 from harness.processes import ServerProcess
 
@@ -38,9 +38,12 @@ class Running:
     process: ServerProcess
     start: Start
     port: int
-    driver: Driver
+    load: Load
     fixtures: Fixtures
     seconds: float
+
+    def url(self, path: str) -> str:
+        return f"http://127.0.0.1:{self.port}/{path}"
 
     def ftp(self) -> dict:
         return {"port": self.port, "user": self.start.user, "password": self.start.password}
@@ -60,17 +63,21 @@ class Measure:
     fresh: bool = False
 
 
-def _load(running: Running, mode: str, **options: object) -> tuple[dict, float]:
-    """Returns the driver's figures and the CPU time that the server spent on them."""
+def _with_cpu(running: Running, load: Callable[[], dict]) -> tuple[dict, float]:
+    """Returns the load's figures and the CPU time that the server spent on it."""
     before = running.process.cpu_seconds()
-    figures = running.driver.run(mode, seconds=running.seconds, **options)
+    figures = load()
     time.sleep(SETTLE)
     return figures, running.process.cpu_seconds() - before
 
 
-def _requests(running: Running, **options: object) -> dict[str, float]:
-    figures, cpu = _load(running, "http", port=running.port, clients=32, **options)
-    return _per_second(figures, cpu)
+def _drive(running: Running, mode: str, **options: object) -> tuple[dict, float]:
+    return _with_cpu(running, lambda: running.load.run(mode, seconds=running.seconds, **options))
+
+
+def _request(running: Running, path: str, clients: int, **options: int) -> tuple[dict, float]:
+    return _with_cpu(running, lambda: running.load.requests(running.url(path), clients,
+                                                            running.seconds, **options))
 
 
 def _per_second(figures: dict, cpu: float) -> dict[str, float]:
@@ -78,12 +85,11 @@ def _per_second(figures: dict, cpu: float) -> dict[str, float]:
 
 
 def _small(running: Running) -> dict[str, float]:
-    return _requests(running, path="/" + running.fixtures.file(KIB), body=KIB)
+    return _per_second(*_request(running, running.fixtures.file(KIB), 32, body=KIB))
 
 
 def _ranges(running: Running) -> dict[str, float]:
-    return _requests(running, path="/" + running.fixtures.file(GIB), file=GIB, range=64 * KIB,
-                     body=64 * KIB)
+    return _per_second(*_request(running, running.fixtures.file(GIB), 32, body=64 * KIB, file=GIB))
 
 
 def _throughput(figures: dict, cpu: float) -> dict[str, float]:
@@ -93,15 +99,16 @@ def _throughput(figures: dict, cpu: float) -> dict[str, float]:
 
 def _http_large(running: Running) -> dict[str, float]:
     path = "/" + running.fixtures.file(GIB)
-    return _throughput(*_load(running, "http", port=running.port, clients=8, cut=1, path=path,
-                              body=GIB))
+    return _throughput(*_drive(running, "http-downloads", port=running.port, clients=8, path=path,
+                               body=GIB))
 
 
 def _cold(readers: int) -> Measure:
     def once(running: Running) -> dict[str, float]:
         path = "/" + running.fixtures.cold_file(GIB)
-        return _throughput(*_load(running, "http", port=running.port, clients=readers,
-                                  units=readers, path=path, body=GIB))
+        return _throughput(*_with_cpu(running, lambda: running.load.run(
+            "http-downloads", port=running.port, clients=readers, units=1, seconds=100, path=path,
+            body=GIB)))
 
     columns = [_rate("GiB/s", 1.0, 2), _cpu("CPU s/GiB", 1.0, 3)]
     return Measure(f"cold-{readers}", f"1 GiB file that is not in memory, to its end, "
@@ -109,14 +116,13 @@ def _cold(readers: int) -> Measure:
 
 
 def _ftp_large(running: Running) -> dict[str, float]:
-    return _throughput(*_load(running, "ftp-downloads", **running.ftp(), clients=8, cut=1,
-                              path=running.fixtures.file(GIB), body=GIB))
+    return _throughput(*_drive(running, "ftp-downloads", **running.ftp(), clients=8,
+                               path=running.fixtures.file(GIB), body=GIB))
 
 
 def _sessions(running: Running) -> dict[str, float]:
-    figures, cpu = _load(running, "ftp-sessions", **running.ftp(), clients=16,
-                         path=running.fixtures.file(KIB), body=KIB)
-    return _per_second(figures, cpu)
+    return _per_second(*_drive(running, "ftp-sessions", **running.ftp(), clients=16,
+                               path=running.fixtures.file(KIB), body=KIB))
 
 
 def _per_unit(figures: dict, cpu: float) -> dict[str, float]:
@@ -124,31 +130,30 @@ def _per_unit(figures: dict, cpu: float) -> dict[str, float]:
 
 
 def _http_idle(running: Running) -> dict[str, float]:
-    path = "/" + running.fixtures.file(KIB)
-    _warm_up(running, path)
-    return _memory(running, "http-idle", port=running.port, path=path, clients=IDLE_CLIENTS)
+    path = running.fixtures.file(KIB)
+    _latency(running, path)
+    return _memory(running, "http-idle", port=running.port, path="/" + path, clients=IDLE_CLIENTS)
 
 
 def _ftp_idle(running: Running) -> dict[str, float]:
-    running.driver.run("ftp-sessions", **running.ftp(), clients=1, units=4, seconds=10,
+    running.load.run("ftp-sessions", **running.ftp(), clients=1, units=4, seconds=10,
                        path=running.fixtures.file(KIB))
     return _memory(running, "ftp-idle", **running.ftp(), clients=IDLE_CLIENTS)
 
 
 def _memory(running: Running, mode: str, **options: object) -> dict[str, float]:
     before = running.process.memory_bytes()
-    with running.driver.held(mode, **options):
+    with running.load.held(mode, **options):
         time.sleep(0.5)
         return {"memory": (running.process.memory_bytes() - before) / IDLE_CLIENTS / KIB}
 
 
 def _stalled(running: Running) -> dict[str, float]:
-    small = "/" + running.fixtures.file(KIB)
+    small = running.fixtures.file(KIB)
     large = "/" + running.fixtures.file(64 * MIB)
-    _warm_up(running, small)
     unloaded = _latency(running, small)
     before = running.process.memory_bytes()
-    with running.driver.held("http-stalled", port=running.port, path=large,
+    with running.load.held("http-stalled", port=running.port, path=large,
                              clients=STALLED_CLIENTS):
         time.sleep(1)
         used = running.process.memory_bytes() - before
@@ -158,14 +163,8 @@ def _stalled(running: Running) -> dict[str, float]:
             "slowdown": loaded / unloaded}
 
 
-def _warm_up(running: Running, path: str) -> None:
-    running.driver.run("http", port=running.port, path=path, clients=8, units=200, seconds=10)
-
-
 def _latency(running: Running, path: str) -> float:
-    figures = running.driver.run("http", port=running.port, path=path, clients=1, units=2000,
-                                 seconds=2)
-    return figures["p50"]
+    return running.load.requests(running.url(path), 1, 1)["p50"]
 
 
 def _rate(title: str, target: float, digits: int = 0) -> Column:
@@ -180,9 +179,9 @@ def _entries(protocol: str, entries: int, target: float) -> Measure:
     def once(running: Running) -> dict[str, float]:
         folder = running.fixtures.directory(entries)
         if protocol == "http":
-            load = _load(running, "http", port=running.port, clients=1, path=f"/{folder}/")
+            load = _request(running, f"{folder}/", 1)
         else:
-            load = _load(running, "ftp-listings", **running.ftp(), clients=1, path=folder)
+            load = _drive(running, "ftp-listings", **running.ftp(), clients=1, path=folder)
         return _per_unit(*load)
 
     name, title = {"http": ("http-index", "index page"), "ftp": ("ftp-list", "LIST")}[protocol]

@@ -4,9 +4,8 @@ The FTP daemons' packages conflict with each other, and a benchmark should not i
 on anybody's machine.
 """
 
-import re
+import shutil
 import subprocess
-import tempfile
 from pathlib import Path
 
 
@@ -14,14 +13,18 @@ class PackageError(Exception):
     """A package could not be fetched; the message is for the user."""
 
 
-def unpacked(names: list[str], into: Path) -> Path:
-    """Returns the folder with the files of the packages and of the libraries that this machine
+def unpacked(name: str, into: Path) -> Path:
+    """Returns the folder with the files of the package and of what it needs and this machine
     lacks. They are downloaded once."""
     complete = into / ".complete"
     if not complete.exists():
-        into.mkdir(parents=True, exist_ok=True)
-        for package in _wanted(names):
-            _unpack(package, into)
+        archives = into / "archives"
+        (archives / "partial").mkdir(parents=True, exist_ok=True)
+        _run("apt-get", "install", "--download-only", "--reinstall", "--yes",
+             "--no-install-recommends", "-o", f"Dir::Cache::archives={archives}", name)
+        for archive in archives.glob("*.deb"):
+            _run("dpkg-deb", "--extract", str(archive), str(into))
+        shutil.rmtree(archives)
         complete.touch()
     return into
 
@@ -32,26 +35,7 @@ def library_path(root: Path) -> str:
     return ":".join(sorted(map(str, folders)))
 
 
-def _wanted(names: list[str]) -> list[str]:
-    """Returns the packages and the missing libraries that apt would install with them."""
-    libraries = []
-    for name in names:
-        plan = _run("apt-get", "--simulate", "--no-install-recommends", "install", name)
-        libraries += re.findall(r"^Inst (lib\S+)", plan, re.MULTILINE)
-    return list(dict.fromkeys(names + libraries))
-
-
-def _unpack(package: str, into: Path) -> None:
-    with tempfile.TemporaryDirectory(dir=into) as folder:
-        # apt drops its privileges for the download, and still has to write to the folder.
-        Path(folder).chmod(0o777)
-        _run("apt-get", "download", package, cwd=folder)
-        for archive in Path(folder).glob("*.deb"):
-            _run("dpkg-deb", "--extract", str(archive), str(into))
-
-
-def _run(*command: str, cwd: str | None = None) -> str:
-    done = subprocess.run(command, cwd=cwd, capture_output=True, text=True, check=False)
-    if done.returncode == 0:
-        return done.stdout
-    raise PackageError(f"{' '.join(command)} failed; perhaps apt-get update helps.\n{done.stderr}")
+def _run(*command: str) -> None:
+    done = subprocess.run(command, capture_output=True, text=True, check=False)
+    if done.returncode:
+        raise PackageError(f"{' '.join(command)} failed; perhaps apt-get update helps.\n{done.stderr}")

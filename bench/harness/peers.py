@@ -45,7 +45,7 @@ class Server:
 
     name: str
     protocol: str
-    packages: list[str]
+    package: str
     configure: Callable[[Path, Place], Start]
 
     def prepare(self, peers: Path, place: Place) -> Start:
@@ -163,11 +163,11 @@ def pyftpdlib(root: Path, place: Place) -> Start:
 
 
 PEERS = [
-    Server("nginx", "http", ["nginx"], nginx),
-    Server("lighttpd", "http", ["lighttpd"], lighttpd),
-    Server("vsftpd", "ftp", ["vsftpd"], vsftpd),
-    Server("pure-ftpd", "ftp", ["pure-ftpd", "pure-ftpd-common"], pure_ftpd),
-    Server("pyftpdlib", "ftp", ["python3-pyftpdlib"], pyftpdlib),
+    Server("nginx", "http", "nginx", nginx),
+    Server("lighttpd", "http", "lighttpd", lighttpd),
+    Server("vsftpd", "ftp", "vsftpd", vsftpd),
+    Server("pure-ftpd", "ftp", "pure-ftpd", pure_ftpd),
+    Server("pyftpdlib", "ftp", "python3-pyftpdlib", pyftpdlib),
 ]
 
 
@@ -176,8 +176,8 @@ def fetched(servers: list[Server], folder: Path) -> list[Server]:
     had = []
     for server in servers:
         try:
-            if server.packages:
-                packages.unpacked(server.packages, folder / PEERS_FOLDER / server.name)
+            if server.package:
+                packages.unpacked(server.package, folder / PEERS_FOLDER / server.name)
             had.append(server)
         except packages.PackageError as error:
             print(f"{server.name} left out: {error}", file=sys.stderr)
@@ -198,5 +198,5 @@ def ours(program: Path, name: str = OURS) -> list[Server]:
             return Start(command)
         return Start([*command, "--user", "bench", "--pass", "bench"], {}, "bench", "bench")
 
-    return [Server(name, protocol, [], lambda _, place, protocol=protocol: start(protocol, place))
+    return [Server(name, protocol, "", lambda _, place, protocol=protocol: start(protocol, place))
             for protocol in ("http", "ftp")]

@@ -1,29 +1,41 @@
-"""Servers as process trees: start, stop, CPU time, memory."""
+"""Servers as process trees, each in a control group of its own (cgroups(7), version 2): start, stop,
+CPU time, memory."""
 
 import os
 import re
-import signal
 import subprocess
-import sys
+import tempfile
+import time
 from pathlib import Path
 
-KEEPER = Path(__file__).with_name("keeper.py")
-NANOSECONDS = 1e9
-TICKS = os.sysconf("SC_CLK_TCK")
+PATIENCE = 3.0
+
+
+def _new_group() -> Path:
+    mounts = Path("/proc/mounts").read_text(encoding="utf-8")
+    if found := re.search(r"^\S+ (\S+) cgroup2 ", mounts, re.MULTILINE):
+        return Path(tempfile.mkdtemp(prefix="quorvel-bench-", dir=found[1]))
+    raise RuntimeError("needs control groups of version 2")
 
 
 class ServerProcess:
-    """One server under its keeper; a context manager that stops it."""
+    """One running server; a context manager that stops it."""
 
-    def __init__(self, command: list[str], log: Path, *, cpus: str = "-",
+    def __init__(self, command: list[str], log: Path, *, cpus: set[int] | None = None,
                  environment: dict[str, str] | None = None):
         self._log = log
+        self._group = _new_group()
+
+        def enter() -> None:
+            (self._group / "cgroup.procs").write_text("0", encoding="ascii")
+            if cpus:
+                os.sched_setaffinity(0, cpus)
+
         with log.open("wb") as output:
             # A session of its own: Ctrl-C is for the benchmark, which then stops the server.
-            self._keeper = subprocess.Popen(
-                [sys.executable, str(KEEPER), cpus, *command], stdin=subprocess.DEVNULL,
-                stdout=output, stderr=subprocess.STDOUT, start_new_session=True,
-                env={**os.environ, **(environment or {})})
+            self._process = subprocess.Popen(
+                command, stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT,
+                start_new_session=True, preexec_fn=enter, env={**os.environ, **(environment or {})})
 
     def __enter__(self) -> "ServerProcess":
         return self
@@ -32,27 +44,39 @@ class ServerProcess:
         self.stop()
 
     def put_ahead(self) -> None:
-        put_ahead(self._keeper.pid)
+        put_ahead(self._process.pid)
 
     def stop(self) -> None:
-        if self._keeper.poll() is None:
-            self._keeper.send_signal(signal.SIGTERM)
-        self._keeper.wait()
+        self._process.terminate()
+        deadline = time.monotonic() + PATIENCE
+        while self._processes() and time.monotonic() < deadline:
+            self._process.poll()
+            time.sleep(0.02)
+        (self._group / "cgroup.kill").write_text("1", encoding="ascii")
+        self._process.wait()
+        while self._processes():
+            time.sleep(0.02)
+        self._group.rmdir()
 
     def has_ended(self) -> bool:
-        return self._keeper.poll() is not None
+        return self._process.poll() is not None
 
     def log(self) -> str:
         return self._log.read_text(errors="replace")
 
     def cpu_seconds(self) -> float:
         """Of the whole tree, including ended processes."""
-        return _waited_for(self._keeper.pid) + sum(
-            own_cpu(pid) + _waited_for(pid) for pid in _descendants(self._keeper.pid))
+        return int(re.search(r"usage_usec (\d+)", self._read("cpu.stat"))[1]) / 1e6
 
     def memory_bytes(self) -> int:
         """The proportional set size of the whole tree."""
-        return sum(_pss(pid) for pid in _descendants(self._keeper.pid))
+        return sum(_pss(pid) for pid in self._processes())
+
+    def _processes(self) -> list[str]:
+        return self._read("cgroup.procs").split()
+
+    def _read(self, name: str) -> str:
+        return (self._group / name).read_text(encoding="ascii")
 
 
 def put_ahead(session: int) -> None:
@@ -61,43 +85,7 @@ def put_ahead(session: int) -> None:
     Path(f"/proc/{session}/autogroup").write_text("-20", encoding="ascii")
 
 
-def _descendants(root: int) -> list[int]:
-    children: dict[int, list[int]] = {}
-    for entry in os.listdir("/proc"):
-        if entry.isdecimal() and (fields := _stat(int(entry))):
-            children.setdefault(int(fields[1]), []).append(int(entry))
-    found = list(children.get(root, []))
-    for pid in found:
-        found += children.get(pid, [])
-    return found
-
-
-def _stat(pid: int) -> list[str]:
-    """The fields of /proc/PID/stat from the state on; the name before it may contain anything."""
-    try:
-        return Path(f"/proc/{pid}/stat").read_text(errors="replace").rpartition(")")[2].split()
-    except (FileNotFoundError, ProcessLookupError):
-        return []
-
-
-def _waited_for(pid: int) -> float:
-    """CPU time of the ended descendants that were waited for (cutime and cstime)."""
-    fields = _stat(pid)
-    return (int(fields[13]) + int(fields[14])) / TICKS if fields else 0.0
-
-
-def own_cpu(pid: int) -> float:
-    """With nanosecond resolution: the ticks of /proc/PID/stat are too coarse for short rounds."""
-    total = 0
-    for thread in Path(f"/proc/{pid}/task").glob("*/schedstat"):
-        try:
-            total += int(thread.read_text(encoding="ascii").split()[0])
-        except (FileNotFoundError, ProcessLookupError):
-            continue
-    return total / NANOSECONDS
-
-
-def _pss(pid: int) -> int:
+def _pss(pid: str) -> int:
     try:
         rollup = Path(f"/proc/{pid}/smaps_rollup").read_text(encoding="ascii")
     except (FileNotFoundError, ProcessLookupError):

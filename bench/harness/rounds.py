@@ -9,14 +9,14 @@ from dataclasses import dataclass
 from pathlib import Path
 
 from harness import network
-from harness.driver import Driver, LoadError
 from harness.fixtures import Fixtures
+from harness.load import Load, LoadError
 from harness.measures import Measure, Running
 from harness.peers import PEERS_FOLDER, Place, Server
 from harness.processes import ServerProcess
 
 Figures = dict[str, list[dict[str, float]]]
-WARM_UP_SECONDS = 0.1
+WARM_UP_SECONDS = 0.3
 FRESH_ROUNDS = 2
 
 
@@ -35,7 +35,7 @@ class Stage:
     def __init__(self, folder: Path, driver: Path, fixtures: Fixtures, effort: Effort):
         self._folder = folder
         self._peers = folder / PEERS_FOLDER
-        self._driver = Driver(driver, effort.ahead)
+        self._load = Load(driver, effort.ahead)
         self._fixtures = fixtures
         self._effort = effort
         self._failed: set[str] = set()
@@ -76,14 +76,14 @@ class Stage:
         processors = sorted(os.sched_getaffinity(0))
         pinned = measure.pinned and len(processors) > 1
         process = ServerProcess(start.command, place.work / "log", environment=start.environment,
-                                cpus=str(processors[0]) if pinned else "-")
+                                cpus={processors[0]} if pinned else None)
         if self._effort.ahead:
             process.put_ahead()
-        driver = self._driver.pinned({processors[1]}) if pinned else self._driver
+        load = self._load.pinned({processors[1]}) if pinned else self._load
         if not network.wait_until_listening(place.port, process.has_ended):
             process.stop()
             raise RuntimeError(f"{server.name} does not start: {process.log()}")
-        return process, lambda seconds: Running(process, start, place.port, driver,
+        return process, lambda seconds: Running(process, start, place.port, load,
                                                 self._fixtures, seconds)
 
 

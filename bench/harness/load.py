@@ -1,4 +1,4 @@
-"""The load driver, a separate program: each run is one load and prints its figures as JSON."""
+"""The programs that generate load; each run is one load and prints its figures as JSON."""
 
 import json
 import os
@@ -7,33 +7,50 @@ from pathlib import Path
 
 from harness.processes import put_ahead
 
+REQUESTS = Path(__file__).with_name("requests.lua")
+
 
 class LoadError(Exception):
     """The server did not answer as expected."""
 
 
-class Driver:
+class Load:
     """Runs loads, pinned to the given processors if there are any."""
 
-    def __init__(self, program: Path, ahead: bool, cpus: set[int] | None = None):
-        self._program = program
+    def __init__(self, driver: Path, ahead: bool, cpus: set[int] | None = None):
+        self._driver = driver
         self._ahead = ahead
         self._cpus = cpus
 
-    def pinned(self, cpus: set[int]) -> "Driver":
-        return Driver(self._program, self._ahead, cpus)
+    def pinned(self, cpus: set[int]) -> "Load":
+        return Load(self._driver, self._ahead, cpus)
+
+    def requests(self, url: str, clients: int, seconds: float, *, body: int | None = None,
+                 file: int | None = None) -> dict:
+        """GETs with a connection each, by wrk; with `file`, of so many bytes at random offsets in
+        a file of that size."""
+        whole = max(1, round(seconds))  # wrk takes no others
+        command = ["wrk", "--threads=1", f"--connections={clients}", f"--duration={whole}",
+                   "--timeout=20", "--header=Connection: close", f"--script={REQUESTS}", url]
+        if file:
+            command += ["--", str(file), str(body)]
+        with _Running(command, self._cpus, self._ahead) as figures:
+            if body and not body * figures["units"] <= figures["bytes"] < (body + 1024) * (
+                    figures["units"] + clients):
+                raise LoadError(f"{url}: {figures['bytes']} bytes in {figures['units']} answers")
+            return figures
 
     def run(self, mode: str, **options: object) -> dict:
         with self.held(mode, **options) as figures:
             return figures
 
-    def held(self, mode: str, **options: object) -> "_Load":
+    def held(self, mode: str, **options: object) -> "_Running":
         """A context manager that keeps the clients connected; its value is their initial figures."""
         words = [f"{name}={value}" for name, value in options.items()]
-        return _Load([str(self._program), mode, *words], self._cpus, self._ahead)
+        return _Running([str(self._driver), mode, *words], self._cpus, self._ahead)
 
 
-class _Load:
+class _Running:
     def __init__(self, command: list[str], cpus: set[int] | None, ahead: bool):
         pin = (lambda: os.sched_setaffinity(0, cpus)) if cpus else None
         self._name = " ".join(command[1:])
@@ -56,8 +73,10 @@ class _Load:
         self._process.communicate()
 
     def _figures(self) -> dict:
-        line = self._process.stdout.readline()
-        if not line:
+        for line in self._process.stdout:
+            if line.startswith("{"):
+                break
+        else:
             raise LoadError(f"{self._name}: {self._process.stderr.read().strip()}")
         figures = json.loads(line)
         nothing = figures["units"] == 0 and figures["bytes"] == 0
