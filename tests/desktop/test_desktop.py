@@ -135,6 +135,14 @@ class OnASmallScreen(unittest.TestCase):
                 window = eventually(desktop.windows)[0]
                 eventually(lambda: desktop.frame_is_within(window, 0, top, width, height))
 
+    def test_the_window_opens_in_the_middle(self):
+        for manager in "openbox", "icewm":
+            with self.subTest(manager=manager):
+                desktop = Desktop(self.addCleanup, "1366x768", manager)
+                desktop.start_server()
+                window = eventually(desktop.windows)[0]
+                eventually(lambda: desktop.frame_is_within(window, 440, 20, 926, 748))
+
 
 if __name__ == "__main__":
     unittest.main()

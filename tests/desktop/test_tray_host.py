@@ -1,6 +1,7 @@
 """The tray icon and its menu as a StatusNotifier host receives them, and the single program on a
 session bus."""
 
+import signal
 import unittest
 
 from color_portal import ColorPortal
@@ -79,6 +80,10 @@ class InATrayHost(OnADesktop):
         eventually(lambda: brightness() > 0.7)
 
     def test_a_second_start_finds_the_first_when_the_bus_has_died(self):
+        crashed = self.desktop.start_server()
+        self.desktop.window()
+        self.desktop.end(crashed, signal.SIGKILL)
+        self.desktop.gone()
         program = self.desktop.start_server()
         self.desktop.window()
         self.desktop.end(self.bus)

@@ -1,13 +1,52 @@
+#include "ui/desktop/CommandLine.h"
 #include "ui/desktop/MenuText.h"
 #include "ui/desktop/QtMainQueue.h"
 
 #include <QDeadlineTimer>
 #include <QTest>
 #include <array>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <thread>
 
 namespace quorvel::ui {
+
+TEST(CommandLineTests, IsAnsweredWithoutADesktop) {
+    for (const auto* const variable : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+        qunsetenv(variable);
+    const std::string name = "quorvel-server: ";
+    const auto refusal = [&](const std::string& reason) {
+        return name + reason + "\nTry 'quorvel-server --help' for more information.\n";
+    };
+    struct Case {
+        std::vector<std::string> arguments;
+        int status;
+        std::string beginning;
+    };
+    for (const auto& [arguments, status, beginning] : std::vector<Case>{
+             {{"--help"}, 0, "Usage: quorvel-server [OPTION]\nShare one folder"},
+             {{"a", "--version", "-x"}, 0, "quorvel-server "},
+             {{"-style", "x", "--wrong"}, 2, refusal("unrecognized option '--wrong'")},
+             {{"a", "b"}, 2, refusal("extra operand 'a'")},
+             {{}, 1, name + "there is no desktop to run on\n"}}) {
+        std::vector<char*> words;
+        for (const std::string& argument : arguments)
+            words.push_back(strdup(argument.c_str()));
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(answeredWithoutDesktop(words), status);
+        const std::string output = testing::internal::GetCapturedStdout();
+        const std::string errors = testing::internal::GetCapturedStderr();
+        EXPECT_THAT(status == 0 ? output : errors, testing::StartsWith(beginning));
+        EXPECT_EQ(status == 0 ? errors : output, "");
+        std::ranges::for_each(words, std::free);
+    }
+    for (const auto* const variable : {"DISPLAY", "WAYLAND_DISPLAY"}) {
+        qputenv(variable, ":0");
+        EXPECT_EQ(answeredWithoutDesktop({}), std::nullopt);
+        qunsetenv(variable);
+    }
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+}
 
 TEST(MenuTextTests, ShowsEveryCharacter) {
     using Case = std::array<const char*, 3>;

@@ -12,6 +12,7 @@
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTest>
+#include <QToolTip>
 #include <QWheelEvent>
 
 namespace quorvel::ui {
@@ -33,6 +34,18 @@ class Window : public model::ModelFixture {
         auto* found = dynamic_cast<Widget*>(window_->findChild<QWidget*>(name));
         if (found == nullptr) throw std::invalid_argument(name);
         return *found;
+    }
+
+    /// The part of the window that has this name, or shows this text.
+    QWidget& part(const QString& words) const {
+        for (QWidget* const widget : window_->findChildren<QWidget*>())
+            for (const auto* const property : {"objectName", "title", "text"})
+                if (widget->property(property).toString() == words) return *widget;
+        throw std::invalid_argument(words.toStdString());
+    }
+
+    QRect place(const QString& words) const {
+        return {part(words).mapTo(window_.get(), QPoint()), part(words).size()};
     }
 
     std::string text(const char* name) const {
@@ -212,10 +225,11 @@ TEST_F(Window, CopiesWhenAFormatIsPickedAndConfirmsItForAMoment) {
     open(makeStartable());
     model_->start();
     becomeReady();
-    Q_EMIT child<Picker>("copyFormat").activated(3);
+    for (int picks = 0; picks < 2; ++picks)
+        Q_EMIT child<Picker>("copyFormat").activated(3);
     QTest::mouseClick(&child("copyButton"), Qt::LeftButton);
     const std::string json = R"({ "url": "http://127.0.0.1:8080/" })";
-    EXPECT_EQ(pasteboard_->texts, (std::vector{json, json}));
+    EXPECT_EQ(pasteboard_->texts, std::vector(3, json));
     EXPECT_EQ(child<Picker>("copyFormat").currentText(), "Local JSON");
     EXPECT_EQ(text("copyButton"), "Copied");
     queue_->advance(model::CopyAction::confirmationTime);
@@ -241,6 +255,16 @@ TEST_F(Window, StaysAsWideAsItIs) {
     EXPECT_LT(label.width(), 420);
     EXPECT_LT(label.height(), 2 * label.fontMetrics().height());
     EXPECT_EQ(label.textFormat(), Qt::PlainText);
+    const auto toolTip = [&] {
+        QHelpEvent asks(QEvent::ToolTip, {}, label.mapToGlobal(QPoint()));
+        QCoreApplication::sendEvent(&label, &asks);
+        return QToolTip::text();
+    };
+    EXPECT_TRUE(toolTip().contains(QString(40, 'm') + QChar(0x200B) + 'm')) << "is broken anywhere";
+    EXPECT_TRUE(toolTip().contains("&lt;b&gt;last"));
+    QToolTip::hideText();
+    model->setFolderPath("/short");
+    EXPECT_FALSE(toolTip().contains("short")) << "all of it shows";
 }
 
 TEST_F(Window, LeadsTheKeyboardFromTopToBottomAndNamesEveryStop) {
@@ -261,6 +285,156 @@ TEST_F(Window, LeadsTheKeyboardFromTopToBottomAndNamesEveryStop) {
                                "copyFormat: Copy",
                                "copyButton: Copy"};
     EXPECT_EQ(stops, expected) << stops.join('\n').toStdString();
+}
+
+TEST_F(Window, SaysWhatItDoesFromTopToBottom) {
+    open(makeModel());
+    std::map<std::pair<int, int>, QString> places; // in rows of controls
+    for (const QWidget* const widget : window_->findChildren<QWidget*>()) {
+        QStringList words;
+        for (const auto* const property : {"title", "text", "placeholderText", "currentText"})
+            words << widget->property(property).toString();
+        words.removeAll("");
+        const QPoint middle = widget->mapTo(window_.get(), widget->rect().center());
+        if (widget->isVisible() && !words.isEmpty())
+            places[{middle.y() / 8, middle.x()}] = words.join('/');
+    }
+    QStringList said;
+    for (const auto& [place, words] : places)
+        said << words;
+    const QStringList expected{"Folder Server",
+                               "Shared Folder",
+                               "No folder chosen",
+                               "Choose…",
+                               "Serve as",
+                               "HTTP",
+                               "Port",
+                               "80/Port",
+                               "Server",
+                               "Require username && password",
+                               "Username",
+                               "Password",
+                               "Start",
+                               "Info",
+                               "Copy",
+                               "Network link",
+                               "Copy",
+                               "About",
+                               "Quorvel Server",
+                               "A local-network companion by Brenvik · 1.0.0"};
+    EXPECT_EQ(said, expected) << said.join('\n').toStdString();
+}
+
+TEST_F(Window, KeepsTheDistancesOfItsDesign) {
+    open(makeModel());
+    struct Case {
+        int distance;
+        std::vector<const char*> inOrder;
+    };
+    for (const auto& [distance, column] :
+         {Case{16, {"Folder Server", "Shared Folder", "Server", "startButton", "Info", "About"}},
+          Case{12, {"serverType", "port", "useAuth", "username", "password"}},
+          Case{10, {"infoText", "copyRow"}}, Case{2, {"Quorvel Server", "aboutSubtitle"}}})
+        for (std::size_t i = 1; i < column.size(); ++i)
+            EXPECT_EQ(place(column[i]).top() - place(column[i - 1]).bottom() - 1, distance)
+                << column[i];
+    for (const auto& [distance, row] :
+         {Case{8, {"folderText", "chooseButton"}}, Case{8, {"copyFormat", "copyButton"}},
+          Case{12, {"Serve as", "serverType"}}, Case{12, {"badge", "Quorvel Server"}}})
+        for (std::size_t i = 1; i < row.size(); ++i)
+            EXPECT_EQ(place(row[i]).left() - place(row[i - 1]).right() - 1, distance) << row[i];
+    for (const auto* const group : {"Shared Folder", "Server", "Info", "About"}) {
+        QRect within;
+        for (const QWidget* const child :
+             part(group).findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
+            within |= child->geometry();
+        EXPECT_EQ(within, part(group).contentsRect().marginsRemoved({8, 8, 8, 8})) << group;
+    }
+    EXPECT_EQ(place("Folder Server").topLeft(), QPoint(20, 20));
+    EXPECT_EQ(place("About").bottomRight(), QPoint(window_->width() - 21, window_->height() - 21));
+    EXPECT_EQ(place("badge").size(), QSize(38, 38));
+    EXPECT_EQ(place("port").width(), 90);
+    EXPECT_EQ(place("copyFormat").width(), 220);
+    EXPECT_EQ(place("startButton").height(), 36);
+}
+
+TEST_F(Window, HasFontsOfTheDesktopsSizeInPointsOrPixels) {
+    const auto size = [](const QFont& font) {
+        return font.pointSizeF() > 0 ? font.pointSizeF() : font.pixelSize();
+    };
+    for (const bool inPixels : {false, true}) {
+        QFont font = QApplication::font();
+        inPixels ? font.setPixelSize(20) : font.setPointSizeF(20);
+        QApplication::setFont(font);
+        open(makeModel());
+        struct Case {
+            const char* part;
+            double size;
+            QFont::Weight weight = QFont::Normal;
+        };
+        for (const auto& [name, expected, weight] :
+             {Case{"Folder Server", 26, QFont::Bold}, Case{"Quorvel Server", 20, QFont::DemiBold},
+              Case{"aboutSubtitle", 17}, Case{"startButton", 20, QFont::DemiBold},
+              Case{"infoText", 18.5}, Case{"port", 20}}) {
+            EXPECT_NEAR(size(part(name).font()), expected, inPixels ? 0.5 : 0.01) << name;
+            EXPECT_EQ(part(name).font().weight(), weight) << name;
+        }
+    }
+    QApplication::setFont({});
+}
+
+TEST_F(Window, ShowsWhereTheFocusIs) {
+    open(makeStartable());
+    model_->start();
+    becomeReady();
+    model_->setUseAuth(true);
+    const auto walk = [this](const QStringList& stops) {
+        for (const QString& stop : stops) {
+            window_->setFocus();
+            const QImage before = part(stop).grab().toImage();
+            part(stop).setFocus(Qt::TabFocusReason);
+            EXPECT_NE(part(stop).grab().toImage(), before) << stop.toStdString();
+        }
+    };
+    window_->setAttribute(Qt::WA_KeyboardFocusChange);
+    window_->activateWindow();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return window_->isActiveWindow(); }));
+    walk({"startButton", "infoText", "copyFormat", "copyButton"});
+    model_->stop();
+    walk({"chooseButton", "serverType", "port", "useAuth", "username", "password", "startButton"});
+}
+
+TEST_F(Window, ColorsItsStartButtonByWhatItDoes) {
+    open(makeStartable());
+    auto& button = child<QPushButton>("startButton");
+    const auto color = [&] { return button.grab().toImage().pixelColor(12, 18); };
+    EXPECT_EQ(color(), accentColor(button.palette()));
+    button.setDown(true);
+    EXPECT_LT(color().lightness(), accentColor(button.palette()).lightness());
+    button.setDown(false);
+    model_->start();
+    EXPECT_EQ(color(), QColor(0xc9, 0x30, 0x2c));
+}
+
+TEST_F(Window, ShowsItsCopyButtonsIconInTheColorOfItsText) {
+    open(makeStartable());
+    auto& button = child<QPushButton>("copyButton");
+    const auto icon = [&](QIcon::Mode mode = QIcon::Normal) {
+        return button.icon().pixmap(QSize(16, 16), mode).toImage();
+    };
+    const QImage copy = icon();
+    EXPECT_NE(icon(QIcon::Disabled), copy);
+    model_->start();
+    becomeReady();
+    button.click();
+    EXPECT_NE(icon(), copy);
+    queue_->advance(model::CopyAction::confirmationTime);
+    EXPECT_EQ(icon(), copy);
+    QPalette palette;
+    palette.setColor(QPalette::ButtonText, Qt::darkRed);
+    QApplication::setPalette(palette);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return icon() != copy; }));
+    QApplication::setPalette({});
 }
 
 TEST_F(Window, IsLegibleInEveryPalette) {
@@ -337,6 +511,7 @@ TEST_F(Window, DrawsEveryIconItself) {
     for (const auto* name :
          {"check", "copy", "drive", "drive-check", "drive-connected", "io.quorvel.Server"}) {
         EXPECT_TRUE(isDrawn(svgPixmap(name, 16, 1.5), 24)) << name;
+        EXPECT_EQ(svgPixmap(name, 16, 1.5).deviceIndependentSize(), QSizeF(16, 16));
         for (const int size : {16, 22, 64})
             EXPECT_TRUE(isDrawn(svgIcon(name).pixmap(size), size)) << name;
     }
@@ -348,6 +523,7 @@ TEST_F(Window, TellsItsVersion) {
     EXPECT_EQ(text("aboutSubtitle"), maker + "1.2");
     open(makeModel(), "");
     EXPECT_EQ(text("aboutSubtitle"), maker + "—");
+    EXPECT_EQ(child("aboutSubtitle").foregroundRole(), secondaryText);
 }
 
 TEST_F(Window, ClosesWithoutBeingTheLastWayToARunningServer) {

@@ -71,7 +71,7 @@ void TrayWatcher::found(TrayKind kind) {
     if (kind != TrayKind::none) return report(kind);
     const auto tolerated = reported_ ? toleratedAbsence : patience_;
     if (tolerated == 0ms) return report(kind);
-    if (!absence_.isActive() && !(reported_ && kind_ == TrayKind::none)) absence_.start(tolerated);
+    if (!absence_.isActive()) absence_.start(tolerated);
 }
 
 void TrayWatcher::report(TrayKind kind) {

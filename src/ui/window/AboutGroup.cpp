@@ -14,7 +14,10 @@ namespace {
 
 class TintedBadge final : public QWidget {
   public:
-    explicit TintedBadge(QWidget* parent) : QWidget(parent) { setFixedSize(side, side); }
+    explicit TintedBadge(QWidget* parent) : QWidget(parent) {
+        setObjectName("badge");
+        setFixedSize(side, side);
+    }
 
   protected:
     void paintEvent(QPaintEvent*) override {

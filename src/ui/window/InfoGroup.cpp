@@ -91,7 +91,8 @@ void InfoGroup::refreshCopyLabel() {
 void InfoGroup::showCopyLabel(const char* iconName, const char* text) {
     if (copyButton_->text() == text) return;
     copyButton_->setText(text);
-    copyButton_->setIcon(icon(iconName, *copyButton_));
+    // In this palette, because a change of palettes reaches the children last.
+    copyButton_->setIcon(icon(iconName, *this));
 }
 
 void InfoGroup::changeEvent(QEvent* event) {

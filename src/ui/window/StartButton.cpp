@@ -20,7 +20,6 @@ constexpr QRgb red = 0xffc9302c;
 StartButton::StartButton(std::shared_ptr<model::ServerModel> model, QWidget* parent)
     : QPushButton(parent), model_(std::move(model)) {
     setObjectName("startButton");
-    setDefault(true);
     setMinimumHeight(largeHeight);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setFont(scaledFont(font(), textSize::body, QFont::DemiBold));
