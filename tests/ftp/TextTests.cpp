@@ -4,6 +4,7 @@
 #include "ftp/PassiveReply.h"
 #include "ftp/VirtualPath.h"
 
+#include <ctime>
 #include <gtest/gtest.h>
 
 namespace quorvel::ftp {
@@ -51,6 +52,13 @@ TEST(FTPText, ListingsHaveLocalDatesAndModificationTimesAreUTC) {
               "-rw-r--r-- 1 owner group 1234567890123 Dec 31 23:59 a \uFFFD\"b\r\n"
               "-rw-r--r-- 1 owner group            0 Jan 01 00:00 far\r\n");
     EXPECT_EQ(listingText(entries, ListForm::names), "Photos\r\na \uFFFD\"b\r\nfar\r\n");
+    ListingDateFormatter formatter;
+    for (std::int64_t time = 0; time < 400 * 86'400; time += 86'400 * 5 + 3'661) {
+        std::array<char, 32> expected{};
+        std::tm fields{};
+        std::strftime(expected.data(), expected.size(), "%b %d %H:%M", gmtime_r(&time, &fields));
+        EXPECT_EQ(formatter.text(time), expected.data());
+    }
     useTimeZone("XXX0:44:30"); // Liberia's zone until 1972.
     ListingDateFormatter others;
     EXPECT_EQ(others.text(29), "Dec 31 23:15");
@@ -58,6 +66,7 @@ TEST(FTPText, ListingsHaveLocalDatesAndModificationTimesAreUTC) {
     useTimeZone("XXX-14");
     EXPECT_EQ(modificationTimeText(1709647629), "20240305140709");
     EXPECT_EQ(modificationTimeText(-1), "19691231235959");
+    EXPECT_EQ(modificationTimeText(-62'135'596'800), "00010101000000");
     EXPECT_EQ(modificationTimeText(INT64_MAX), std::nullopt);
 }
 

@@ -3,6 +3,7 @@
 import concurrent.futures
 import contextlib
 import random
+import socket
 import unittest
 
 from hostile import Client, HostileTest
@@ -56,6 +57,8 @@ class Http(Clients):
         client = Client(self.port)
         request = b"GET /large.bin HTTP/1.1\r\n\r\n"
         client.send(request[: chooser.randrange(len(request) + 1)])
+        if chooser.random() < 0.5:  # then the reset is a broken pipe
+            client.socket.shutdown(socket.SHUT_WR)
         client.socket.settimeout(0.02)
         for _ in range(chooser.randrange(3)):
             with contextlib.suppress(TimeoutError):

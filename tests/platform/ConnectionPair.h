@@ -68,6 +68,8 @@ class ConnectionPair {
     }
 
   public:
+    explicit ConnectionPair(const std::string& clientsAddress = "127.0.0.1")
+        : client(port, clientsAddress) {}
     /// Afterwards no callback runs: the queue is released in a turn of its own.
     ~ConnectionPair() {
         listener->cancel();
@@ -83,7 +85,7 @@ class ConnectionPair {
     std::shared_ptr<WorkQueue> queue = WorkQueue::create("test.pair");
     const std::shared_ptr<Listener> listener = *Listener::create(0);
     const std::uint16_t port = listen();
-    test::SocketClient client{port};
+    test::SocketClient client;
     ConnectionPtr connection = accepted_.get_future().get();
 };
 

@@ -1,6 +1,8 @@
 #include "support/TemporaryFolder.h"
 
 #include "platform/ConnectionPair.h"
+#include "platform/FaultyKernel.h"
+#include "platform/Segments.h"
 #include "platform/files/OpenFile.h"
 
 #include <fcntl.h>
@@ -48,13 +50,21 @@ static std::shared_ptr<const OpenFile> fileHolding(const std::string& content, b
     return std::make_shared<const OpenFile>(std::move(file), Disk{1, isLocal}, FileVersion{});
 }
 
-class SentFile : public testing::TestWithParam<bool> {};
+/// Whether the disk is local, and what the kernel does.
+class SentFile : public testing::TestWithParam<std::tuple<bool, test::Faults>> {};
 
-INSTANTIATE_TEST_SUITE_P(FromDiskThatIsLocal, SentFile, testing::Bool());
+INSTANTIATE_TEST_SUITE_P(
+    Disk, SentFile,
+    testing::Combine(testing::Bool(),
+                     testing::Values(test::Faults{}, test::Faults{.bytesPerCall = 10'001},
+                                     test::Faults{.isUncached = true},
+                                     test::Faults{.bytesPerCall = 997, .isUncached = true})));
 
 TEST_P(SentFile, KeepsTheOrderOfTheCallsAmongTexts) {
+    const auto& [isLocal, faults] = GetParam();
     const std::string content = test::patternedContent(300'000);
-    const auto file = fileHolding(content, GetParam());
+    const auto file = fileHolding(content, isLocal);
+    const test::FaultyKernel kernel(faults);
     Events events;
     ConnectionPair pair;
     std::string expected;
@@ -85,6 +95,30 @@ TEST_P(SentFile, KeepsTheOrderOfTheCallsAmongTexts) {
     });
     EXPECT_TRUE(pair.client.receiveAll() == expected);
     EXPECT_EQ(events.all(reports.size()), reports);
+}
+
+TEST(Connection, SendsInOneSegmentWhatFollowsAtOnce) {
+    const auto file = fileHolding("file", true);
+    // On a busy machine the kernel may lose patience with what is held back (tcp(7), TCP_CORK).
+    EXPECT_TRUE(test::eventually([&] {
+        ConnectionPair pair;
+        pair.run([&file, self = pair.connection] {
+            self->send("head, ", [](std::error_code) {}, MoreToSend::yes);
+            self->sendFile(file, 0, 4, [](std::error_code, std::size_t) {}, MoreToSend::yes);
+            self->send(", tail");
+        });
+        EXPECT_EQ(pair.client.receiveUntil("tail"), "head, file, tail");
+        return test::segmentsReceived(pair.client.descriptor()) == 1;
+    }));
+}
+
+TEST(Connection, KnowsTheAddressesOfBothEnds) {
+    using Case = std::array<const char*, 2>;
+    for (const auto& [address, localIPv4] : {Case{"127.0.0.1", "127.0.0.1"}, Case{"::1", "none"}}) {
+        const ConnectionPair pair(address);
+        EXPECT_EQ(pair.connection->peerAddress(), address);
+        EXPECT_EQ(pair.connection->localIPv4Address().value_or("none"), localIPv4);
+    }
 }
 
 TEST(Connection, CancelDeliversWhatWasSentWhileThePeerStillSends) {

@@ -118,6 +118,26 @@ TEST(WorkerPool, ForgetsWhatIsCancelledAndWhatItsQueueLeavesBehind) {
     EXPECT_EQ(pool.ended, 0);
 }
 
+TEST(WorkerPool, ReleasesOnItsOwnThreadWhatComesTooLate) {
+    const auto queue = WorkQueue::create("test.late");
+    std::promise<bool> releasedOnLoop;
+    const auto release = [&](int* held) {
+        delete held;
+        releasedOnLoop.set_value(WorkerPool::ofThisThread() != nullptr);
+    };
+    runOn(*queue, [&] {
+        queue->workers()->close();
+        queue->workers()->run<int>(
+            {},
+            [held = std::shared_ptr<int>(new int, release)]() -> Result<int> {
+                ADD_FAILURE() << "work began after the end";
+                return *held;
+            },
+            [](Result<int>) { ADD_FAILURE() << "its result was reported"; });
+    });
+    EXPECT_FALSE(releasedOnLoop.get_future().get());
+}
+
 TEST(WorkerPool, SaysThatMemoryHasRunOut) {
     const auto queue = WorkQueue::create("test.memory");
     std::promise<int> outcome;

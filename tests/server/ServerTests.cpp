@@ -69,8 +69,12 @@ TEST(LocalAddress, PrefersEn0AndThenTheFirst) {
           Case{"10.0.0.5", {{"en0", true, "10.0.0.5"}, {"en0", true, "10.0.0.6"}}},
           Case{"none", {{"lo", false, "127.0.0.1"}}}, Case{"none", {}}})
         EXPECT_EQ(chooseLocalAddress(addresses).value_or("none"), expected);
-    for (const auto& entry : platform::ipv4InterfaceAddresses())
+    bool hasLoopback = false;
+    for (const auto& entry : platform::ipv4InterfaceAddresses()) {
         EXPECT_FALSE(entry.isUpAndOutward && entry.address.starts_with("127."));
+        hasLoopback |= entry.interfaceName == "lo" && entry.address == "127.0.0.1";
+    }
+    EXPECT_TRUE(hasLoopback);
 }
 
 TEST(ServerError, HasOneLineForEachNetworkError) {

@@ -93,10 +93,11 @@ class DirectoryReader {
     Result<> readNames() {
         const auto stream = openDirectory(directory_.descriptor);
         if (!stream) return std::unexpected(stream.error());
-        errno = 0;
-        while (const dirent* const found = readdir(stream->get())) {
-            if (found->d_name[0] != '.') add(*found);
+        while (true) {
             errno = 0;
+            const dirent* const found = readdir(stream->get());
+            if (found == nullptr) break;
+            if (found->d_name[0] != '.') add(*found);
         }
         if (errno != 0) return failure();
         return {};

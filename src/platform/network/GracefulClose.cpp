@@ -90,7 +90,6 @@ void GracefulClose::closeWithLoop() {
     if (watch_) watch_->release();
     watch_.reset();
     deadline_.reset();
-    socket_.reset();
     loop_.reset();
 }
 
